@@ -1,0 +1,55 @@
+// One line of the calibration grid: the point's number, the value applied
+// (table units), the raw millivolts measured, and the button that walks the
+// point through capture and undo.  The 64 rows are made once and only
+// shown or hidden after that.
+#pragma once
+
+#include <QString>
+#include <QWidget>
+
+class MainWindow;
+class QLabel;
+class QLineEdit;
+
+namespace Ui {
+class PointInfo;
+}
+
+// Button faces.
+extern const char kFaceBlue[];      // waiting or recommended
+extern const char kFaceGrey[];      // the rest
+extern const char kFaceAveraging[]; // an average runs
+extern const char kFieldWhite[];    // the entry field at rest
+
+class PointInfo : public QWidget {
+    Q_OBJECT
+public:
+    PointInfo(MainWindow *main_window, int index, QWidget *parent = nullptr);
+    ~PointInfo() override;
+
+    int index() const { return index_; }
+    QLineEdit *currentValueField() const;
+    QLabel *millivoltsLabel() const;
+
+    QString fieldStyle() const;
+    void setFieldStyle(const QString &style);
+    QString captureText() const;
+    void setCaptureEnabled(bool enabled);
+    bool captureEnabled() const;
+    // The row setter: the text, and the grey face for "Undo", blue otherwise.
+    void setCaptureFace(const QString &text);
+    // Shows or hides the row's four widgets.
+    void setRowVisible(bool visible);
+
+    short band = 0;
+    short saved_band = 0;
+    short point_flag = 0;
+    short saved_point_flag = 0;
+    double saved_value = 0.0;
+    QString saved_field_style;
+
+private:
+    MainWindow *main_window_;
+    int index_;
+    Ui::PointInfo *ui;
+};

@@ -1,0 +1,199 @@
+#include "mainwindow.h"
+
+#include "functions.h"
+#include "messageboxes.h"
+#include "pointinfo.h"
+#include "startup.h"
+#include "vrel_cfg.h"
+
+#include "ui_mainwindow.h"
+
+#include <qwt_plot_curve.h>
+#include <qwt_symbol.h>
+
+#include <QEvent>
+#include <QIntValidator>
+#include <QMutex>
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// The record and its companions are allocated once per process and never
+// freed; a second window (as in the tests) starts from zeroed ones again.
+template <typename T> T *zeroed_once(T *existing)
+{
+    T *record = existing ? existing : static_cast<T *>(std::calloc(1, sizeof(T)));
+    std::memset(static_cast<void *>(record), 0, sizeof(T));
+    return record;
+}
+
+} // namespace
+
+MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(new Ui::MainWindow)
+{
+    blank_selection_allowed = true;
+    cfg_mutex = new QMutex(QMutex::Recursive);
+
+    ui->setupUi(this);
+    ui->cboCalType->setEnabled(false);
+    ui->cboOrderOfPolynomial->setEnabled(false);
+    ui->cboPolyRangeIndex->setEnabled(false);
+    ui->txtCalibrationQIE->setFocus(Qt::OtherFocusReason);
+    plot_detached = false;
+
+    if (!init())
+        std::exit(0);
+
+    input_device = nullptr;
+    if (touch_screen) {
+        for (QWidget *field : touchFields()) {
+            field->setProperty("keyboard", true);
+            field->installEventFilter(this);
+        }
+        auto *validator = new QIntValidator(this);
+        for (QLineEdit *field : {ui->txtNumPoints, ui->txtAveragingTime}) {
+            field->setValidator(validator);
+            field->setProperty("keyboard", true);
+            field->installEventFilter(this);
+        }
+    }
+
+    plot_reset = false;
+    ui->frame->setFrameShape(QFrame::NoFrame);
+    ui->btnAdjustCalibration->setEnabled(false);
+    ui->btnReuseCalibration->setEnabled(false);
+    ui->btnRecordData->setEnabled(false);
+    ui->lblSerialNumber->clear();
+    ui->btnUnits->setText(QString());
+
+    for (int i = 0; i < 64; ++i) {
+        auto *row = new PointInfo(this, i, nullptr);
+        point_rows.append(row);
+        ui->verticalLayout_4->addWidget(row);
+    }
+    hideAllRows();
+    setupPlot();
+    ui->dataPlot->show();
+    ui->coeffFrame->hide();
+    ui->lblTableName->clear();
+
+    if (debug_mode) {
+        for (QLineEdit *field : {ui->txtCalibrationQIE, ui->txtTechnicianName, ui->txtLabManager, ui->txtComment})
+            field->setText(QStringLiteral("7777"));
+        ui->txtAveragingTime->setText(QStringLiteral("5"));
+    }
+
+    averaging_count = averaging_count_for(Sched_attr->tick, ui->txtAveragingTime->text().toLong());
+
+    ui->cboCurrentChannel->setStyleSheet(QStringLiteral("combobox-popup: 0;"));
+    environment_confirmed = false;
+}
+
+MainWindow::~MainWindow()
+{
+    // Attached curves belong to the plot; the rest, and a symbol no curve
+    // has taken, are ours.
+    for (int i = 0; i < CurveCount; ++i) {
+        if (curves[i] && symbols[i] && curves[i]->symbol() != symbols[i])
+            delete symbols[i];
+        if (curves[i] && !curves[i]->plot())
+            delete curves[i];
+    }
+    delete ui;
+}
+
+bool MainWindow::init()
+{
+    init_tolerance_texts();
+    cfg = zeroed_once(cfg);
+    env_settings = zeroed_once(env_settings);
+    cell_info = zeroed_once(cell_info);
+    cfg->units_lists_loaded = 0;
+    cfg->units_for_table = 0;
+    restoring_selection = false;
+
+    if (!connect_to_host())
+        return false;
+    fillChannelList();
+    bool directories = make_data_directories(this);
+    bool names = read_cell_names(cell_info);
+    return directories && names;
+}
+
+void MainWindow::fillChannelList()
+{
+    const QSignalBlocker blocker(ui->cboCurrentChannel);
+    ui->cboCurrentChannel->addItem(QStringLiteral("Select A Channel"));
+    const int count = host_channel_count();
+    for (int channel = 0; channel < count; ++channel) {
+        if (channel_active_word(channel) != 1)
+            continue;
+        ui->cboCurrentChannel->addItem(
+            QString::asprintf("%5d  -  %s", channel, channel_name(channel)));
+    }
+}
+
+QList<QWidget *> MainWindow::touchFields() const
+{
+    return {ui->txtCalibrationQIE, ui->txtTechnicianName, ui->txtLabManager, ui->txtComment,
+            ui->txtNumPoints,      ui->txtAveragingTime};
+}
+
+bool MainWindow::eventFilter(QObject *object, QEvent *event)
+{
+    Q_UNUSED(object);
+    Q_UNUSED(event);
+    // A double click on a keyboard field of a touch station asks the
+    // on-screen input device for a panel; without one there is nothing to do.
+    return false;
+}
+
+void MainWindow::on_actionExit_triggered()
+{
+    if (captured_count > 0 && has_unrecorded_changes(cfg)) {
+        if (confirm_ok_cancel(this, QStringLiteral("Captured Points Not Recorded"),
+                              QStringLiteral("Captured points have not been recorded.\n\nClick OK to exit anyway "
+                                             "or Cancel to return and record data.")))
+            close();
+        return;
+    }
+    const bool as_found = !ui->txtAsFound->text().isEmpty();
+    const bool verified = !ui->txtVerificationData->text().isEmpty();
+    const bool adjusted = !ui->txtAdjustCalibration->text().isEmpty();
+    if (!as_found) {
+        if (!adjusted && has_unrecorded_changes(cfg)) {
+            if (confirm_ok_cancel(this, QStringLiteral("Table Information Modified"),
+                                  QStringLiteral("The table information has been modified and will not be saved "
+                                                 "without updating the calibration table.\n\nClick OK to exit "
+                                                 "anyway or Cancel to return and update the calibration.")))
+                close();
+            return;
+        }
+        close();
+        return;
+    }
+    if (!verified && !adjusted) {
+        if (confirm_ok_cancel(this, QStringLiteral("Incomplete Calibration"),
+                              QStringLiteral("The calibration is incomplete.\n\nClick OK to exit anyway or Cancel "
+                                             "to return and complete the calibration.")))
+            close();
+        return;
+    }
+    // A finished As-Found with Verification or a table update: the Exit
+    // entry leaves the window open; only the window's own close button
+    // ends the program then.
+}
+
+void MainWindow::hideAllRows()
+{
+    for (PointInfo *row : point_rows)
+        row->setRowVisible(false);
+}
+
+void MainWindow::showActiveRows()
+{
+    for (int i = 0; i < num_points && i < point_rows.size(); ++i)
+        point_rows[i]->setRowVisible(true);
+}

@@ -1,0 +1,76 @@
+#include "vrel_cfg.h"
+
+#include <cmath>
+#include <cstring>
+
+VREL_CFG *cfg = nullptr;
+int16_t num_points = 0;
+int32_t captured_count = 0;
+bool blank_selection_allowed = true;
+uint16_t saved_tol_state = 0;
+bool environment_confirmed = false;
+int16_t touch_screen = 0;
+bool debug_mode = false;
+int32_t averaging_count = 0;
+MainWindow *the_main_window = nullptr;
+CellInfo *cell_info = nullptr;
+EnvSettings *env_settings = nullptr;
+InputDevice *input_device = nullptr;
+void *room_temp_var = nullptr;
+void *barometer_var = nullptr;
+void *humidity_var = nullptr;
+
+QString mua_instance_text;
+QString ooa_bias_text, ooa_tol_text;
+QString oot_bias_text, oot_tol_text;
+QString soot_bias_text, soot_tol_text;
+int16_t selected_mua_index = 0;
+
+char hist_ref_mfg[32], hist_ref_model[32], hist_ref_ser_num[32], hist_ref_equip_num[32],
+    hist_ref_cal_due_date[32], hist_ref_physical_con[32];
+
+void init_tolerance_texts()
+{
+    mua_instance_text = QStringLiteral("none");
+    ooa_bias_text = QStringLiteral("0[PCT]");
+    ooa_tol_text = QStringLiteral(".25[PCT]");
+    oot_bias_text = QStringLiteral("0[PCT]");
+    oot_tol_text = QStringLiteral("1[PCT]");
+    soot_bias_text = QStringLiteral("0[PCT]");
+    soot_tol_text = QStringLiteral("2[PCT]");
+}
+
+void set_cfg(VREL_CFG *record)
+{
+    cfg = record;
+}
+
+VREL_CFG *get_cfg()
+{
+    return cfg;
+}
+
+bool equal_within_1e6(double a, double b)
+{
+    return std::fabs(a - b) <= 1e-6;
+}
+
+bool has_unrecorded_changes(VREL_CFG *record)
+{
+    if (record->unrecorded_changes == 0)
+        return false;
+    record->pending_changes = 1;
+    return true;
+}
+
+void trim_text(char *text)
+{
+    size_t length = std::strlen(text);
+    while (length > 0 && (text[length - 1] == ' ' || text[length - 1] == '\n'))
+        text[--length] = '\0';
+    size_t lead = 0;
+    while (text[lead] == ' ')
+        ++lead;
+    if (lead > 0)
+        std::memmove(text, text + lead, length - lead + 1);
+}
