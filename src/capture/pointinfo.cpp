@@ -1,6 +1,15 @@
 #include "pointinfo.h"
 
+#include "mainwindow.h"
+#include "undodialog.h"
+#include "vrel_cfg.h"
+
+#include <orvane/tables.h>
+
+#include "ui_mainwindow.h"
 #include "ui_pointinfo.h"
+
+#include <QDoubleValidator>
 
 const char kFaceBlue[] = "background-color: rgb(126,232,255)";
 const char kFaceGrey[] = "background-color: rgb(238, 238,238)";
@@ -15,6 +24,11 @@ PointInfo::PointInfo(MainWindow *main_window, int index, QWidget *parent)
     ui->btnCapture->setStyleSheet(QString::fromLatin1(kFaceBlue));
     ui->lblIndexNum->setNum(index + 1);
     ui->btnCapture->setText(QStringLiteral("Capture"));
+    if (touch_screen) {
+        ui->txtCurrentValue->setValidator(new QDoubleValidator(ui->txtCurrentValue));
+        ui->txtCurrentValue->setProperty("keyboard", true);
+        ui->txtCurrentValue->installEventFilter(this);
+    }
 }
 
 PointInfo::~PointInfo()
@@ -69,4 +83,157 @@ void PointInfo::setRowVisible(bool visible)
     ui->lblMillivolts->setVisible(visible);
     ui->btnCapture->setVisible(visible);
     ui->lblIndexNum->setVisible(visible);
+}
+
+namespace {
+
+TablePoly &in_force(int range)
+{
+    return cfg->table_info.dim.table_poly[range];
+}
+
+QString four_decimals(double value)
+{
+    return QString::asprintf("%8.4f", value);
+}
+
+} // namespace
+
+bool PointInfo::eventFilter(QObject *object, QEvent *event)
+{
+    Q_UNUSED(object);
+    Q_UNUSED(event);
+    // On a touch station a double click here asks the on-screen input
+    // device for a panel; without one there is nothing to do.
+    return false;
+}
+
+void PointInfo::on_txtCurrentValue_editingFinished()
+{
+    const double value = ui->txtCurrentValue->text().toDouble(); // a bad text reads 0.0
+    in_force(range_in_use(cfg)).raw_data.y[index_] = value;
+    cfg->point_stats[index_].ref_value = value;
+    cfg->table_changed = 1;
+    cfg->unrecorded_changes = 0;
+}
+
+void PointInfo::on_btnCapture_clicked()
+{
+    if (ui->btnCapture->text().contains(QLatin1String("Capture")))
+        capture();
+    else
+        undo();
+}
+
+void PointInfo::capture()
+{
+    const int range = range_in_use(cfg);
+    if (point_flag == POINT_NEW)
+        ++in_force(range).raw_data.count; // a new point counts at the press
+    emit main_window_->setPointIndex(static_cast<short>(index_));
+    emit main_window_->enableCaptureButtons(false);
+    raw_backup = in_force(range).raw_data.x[index_];
+    field_style_backup = fieldStyle();
+    saved_point_flag = point_flag;
+    saved_value = raw_backup;
+    saved_field_style = field_style_backup;
+    saved_band = band;
+    cfg->table_info.point_flags[index_] = POINT_CAPTURED;
+    point_flag = POINT_CAPTURED;
+    cfg->table_changed = 1;
+    ui->btnCapture->setStyleSheet(QString::fromLatin1(kFaceAveraging));
+    ui->btnCapture->setText(QStringLiteral("Averaging"));
+    ui->lblMillivolts->setFocus(Qt::OtherFocusReason);
+    ui->btnCapture->setEnabled(false);
+    emit main_window_->startAveraging();
+}
+
+void PointInfo::finishCapture()
+{
+    const double value = ui->txtCurrentValue->text().toDouble();
+    Ui::MainWindow *form = main_window_->form();
+    if (main_window_->commitCapturedPoint(cfg, index_, value)) {
+        emit main_window_->enableCaptureButtons(true);
+        form->lblNextStep->clear();
+        ++captured_count;
+        main_window_->updateRecordButton();
+        setCaptureFace(QStringLiteral("Undo"));
+        ui->btnCapture->setEnabled(true);
+        main_window_->classifyPoint(index_, ui->txtCurrentValue, class_band);
+        band = class_band;
+        main_window_->showCalibrationControls(cfg);
+        greyFlowButtons();
+        main_window_->updateCoefficientLabels(cfg);
+        main_window_->drawCapturedCurve(cfg);
+        return;
+    }
+    // The commit refused the point: everything goes back as before the press.
+    const int range = range_in_use(cfg);
+    emit main_window_->enableCaptureButtons(true);
+    ui->lblMillivolts->setText(four_decimals(saved_value));
+    cfg->long_table.x[index_] = saved_value;
+    in_force(range).raw_data.x[index_] = saved_value;
+    if (saved_point_flag != POINT_NEW) {
+        cfg->table_info.point_flags[index_] = POINT_TABLE;
+        point_flag = POINT_TABLE;
+    } else {
+        --cfg->long_table.count;
+        --in_force(range).raw_data.count;
+        was_new = 1;
+    }
+    compute_long_table(&cfg->table_info, &cfg->long_table);
+    cfg->table_info.point_flags[index_] = static_cast<uint16_t>(saved_point_flag);
+    point_flag = saved_point_flag;
+    setFieldStyle(saved_field_style);
+    cfg->table_info.tol_state = static_cast<uint16_t>(saved_band);
+    --captured_count;
+    main_window_->updateRecordButton();
+    setCaptureFace(was_new ? QStringLiteral("Capture New") : QStringLiteral("Capture"));
+    greyFlowButtons();
+    main_window_->updateCoefficientLabels(cfg);
+}
+
+void PointInfo::undo()
+{
+    undoDialog question(this);
+    if (question.exec() == QDialog::Accepted) {
+        const int range = range_in_use(cfg);
+        RawData &captured = cfg->new_table_poly[range].raw_data;
+        cfg->table_changed = 1;
+        ui->lblMillivolts->setText(four_decimals(saved_value));
+        in_force(range).raw_data.x[index_] = saved_value;
+        captured.x[index_] = kUnusedPoint;
+        captured.y[index_] = kUnusedPoint;
+        QString face;
+        if (saved_point_flag == POINT_NEW) {
+            --in_force(range).raw_data.count;
+            --captured.count;
+            face = QStringLiteral("Capture New");
+        } else {
+            cfg->table_info.point_flags[index_] = POINT_TABLE;
+            point_flag = POINT_TABLE;
+            --captured.count;
+            face = QStringLiteral("Capture");
+        }
+        --cfg->new_long_table.count;
+        main_window_->refitCapturedPoints(cfg);
+        cfg->table_info.point_flags[index_] = static_cast<uint16_t>(saved_point_flag);
+        point_flag = saved_point_flag;
+        setFieldStyle(saved_field_style);
+        // The row keeps its band: reduceTolState still counts it.
+        cfg->table_info.tol_state = static_cast<uint16_t>(saved_band);
+        --captured_count;
+        main_window_->updateRecordButton();
+        setCaptureFace(face);
+    }
+    greyFlowButtons();
+    main_window_->updateCoefficientLabels(cfg);
+    main_window_->drawCapturedCurve(cfg);
+}
+
+void PointInfo::greyFlowButtons()
+{
+    const QString grey = QString::fromLatin1(kFaceGrey);
+    main_window_->form()->btnAdjustCalibration->setStyleSheet(grey);
+    main_window_->form()->btnReuseCalibration->setStyleSheet(grey);
 }

@@ -41,6 +41,11 @@ public:
     // Shows or hides the row's four widgets.
     void setRowVisible(bool visible);
 
+    // The average of this row's point is in: store it and judge it.
+    void finishCapture();
+
+    bool eventFilter(QObject *object, QEvent *event) override;
+
     short band = 0;
     short saved_band = 0;
     short point_flag = 0;
@@ -48,8 +53,20 @@ public:
     double saved_value = 0.0;
     QString saved_field_style;
 
+private slots:
+    void on_btnCapture_clicked();
+    void on_txtCurrentValue_editingFinished();
+
 private:
+    void capture();
+    void undo();
+    void greyFlowButtons();
+
     MainWindow *main_window_;
     int index_;
     Ui::PointInfo *ui;
+    int was_new = 0;
+    double raw_backup = 0.0;
+    QString field_style_backup;
+    short class_band = 0;
 };

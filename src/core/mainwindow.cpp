@@ -2,9 +2,11 @@
 
 #include "functions.h"
 #include "messageboxes.h"
+#include "monitorthread.h"
 #include "pointinfo.h"
 #include "startup.h"
 #include "vrel_cfg.h"
+#include "worker.h"
 
 #include "ui_mainwindow.h"
 
@@ -13,7 +15,10 @@
 
 #include <QEvent>
 #include <QIntValidator>
+#include <QLabel>
 #include <QMutex>
+#include <QProgressBar>
+#include <QStatusBar>
 
 #include <cstdlib>
 #include <cstring>
@@ -87,20 +92,39 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(new Ui::MainWi
 
     averaging_count = averaging_count_for(Sched_attr->tick, ui->txtAveragingTime->text().toLong());
 
+    monitor_ = new monitorThread(cfg_mutex);
+    monitor_->setInterval(100);
+    connect(monitor_, &monitorThread::plotInfo, this, &MainWindow::draw_plots_info);
+
+    worker = new Worker;
+    connect(this, &MainWindow::setPointIndex, worker, &Worker::setCurrentCapturedPointIndex);
+    connect(this, &MainWindow::startAveraging, worker, &Worker::startAveraging);
+    connect(worker, &Worker::finishedAveraging, this, &MainWindow::avgFinished);
+    connect(this, &MainWindow::enableCaptureButtons, this, &MainWindow::enableAllCaptureButtons);
+
+    // The otherwise unused status bar tells which point is averaging.
+    averaging_label = new QLabel(this);
+    averaging_progress = new QProgressBar(this);
+    averaging_progress->setTextVisible(true);
+    averaging_progress->setFormat(QStringLiteral("%v of %m samples"));
+    statusBar()->addWidget(averaging_label);
+    statusBar()->addWidget(averaging_progress, 1);
+    averaging_label->hide();
+    averaging_progress->hide();
+    connect(worker, &Worker::samplesTaken, this, &MainWindow::showAveragingProgress);
+
     ui->cboCurrentChannel->setStyleSheet(QStringLiteral("combobox-popup: 0;"));
     environment_confirmed = false;
 }
 
 MainWindow::~MainWindow()
 {
-    // Attached curves belong to the plot; the rest, and a symbol no curve
-    // has taken, are ours.
-    for (int i = 0; i < CurveCount; ++i) {
-        if (curves[i] && symbols[i] && curves[i]->symbol() != symbols[i])
-            delete symbols[i];
-        if (curves[i] && !curves[i]->plot())
-            delete curves[i];
-    }
+    releaseCurves();
+    // Threads that run end with the process; the others can go now.
+    if (monitor_ && !monitor_->isRunning())
+        delete monitor_;
+    if (worker && !worker->isRunning())
+        delete worker;
     delete ui;
 }
 
@@ -186,14 +210,16 @@ void MainWindow::on_actionExit_triggered()
     // ends the program then.
 }
 
-void MainWindow::hideAllRows()
+void MainWindow::showAveragingProgress(int index, int samples)
 {
-    for (PointInfo *row : point_rows)
-        row->setRowVisible(false);
-}
-
-void MainWindow::showActiveRows()
-{
-    for (int i = 0; i < num_points && i < point_rows.size(); ++i)
-        point_rows[i]->setRowVisible(true);
+    if (samples < 0) {
+        averaging_label->hide();
+        averaging_progress->hide();
+        return;
+    }
+    averaging_label->setText(QStringLiteral("Averaging point %1").arg(index + 1));
+    averaging_progress->setMaximum(averaging_count > 0 ? averaging_count : 1);
+    averaging_progress->setValue(samples);
+    averaging_label->show();
+    averaging_progress->show();
 }

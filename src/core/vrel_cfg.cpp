@@ -20,6 +20,10 @@ void *room_temp_var = nullptr;
 void *barometer_var = nullptr;
 void *humidity_var = nullptr;
 
+unsigned char long_table_snapshot[ORV_LONG_TABLE_POINTS_BYTES];
+int64_t last_mv_key = 0;
+int64_t last_eng_key = 0;
+
 QString mua_instance_text;
 QString ooa_bias_text, ooa_tol_text;
 QString oot_bias_text, oot_tol_text;
@@ -61,6 +65,12 @@ bool has_unrecorded_changes(VREL_CFG *record)
         return false;
     record->pending_changes = 1;
     return true;
+}
+
+int range_in_use(const VREL_CFG *record)
+{
+    const int range = record->table_info.range_index;
+    return range >= 0 && range < kMaxRanges ? range : 0;
 }
 
 void trim_text(char *text)

@@ -190,6 +190,12 @@ extern void *room_temp_var;
 extern void *barometer_var;
 extern void *humidity_var;
 
+// Change detection of the live display, kept between draws: the points of
+// long_table as last drawn, and the live pair in thousandths.
+extern unsigned char long_table_snapshot[ORV_LONG_TABLE_POINTS_BYTES];
+extern int64_t last_mv_key;
+extern int64_t last_eng_key;
+
 // The tolerance texts, set at start-up and never changed afterwards.
 extern QString mua_instance_text;
 extern QString ooa_bias_text, ooa_tol_text;
@@ -218,6 +224,10 @@ bool equal_within_1e6(double a, double b);
 // False when nothing is unrecorded; otherwise marks pending_changes and
 // returns true.  The guards on leaving a channel and on exit ask it.
 bool has_unrecorded_changes(VREL_CFG *record);
+
+// The range in use as an index: range_index, or 0 where the host left a
+// value outside 0..7 (it may leave -1).
+int range_in_use(const VREL_CFG *record);
 
 // In place: removes trailing blanks and newlines, then leading blanks only
 // (a leading newline stays).

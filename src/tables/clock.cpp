@@ -1,6 +1,7 @@
 #include "clock.h"
 
-namespace {
+namespace
+{
 std::time_t fixed_seconds = 0;
 }
 

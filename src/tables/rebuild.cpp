@@ -9,16 +9,18 @@
 #include <QProcess>
 #include <QThread>
 
-namespace {
+namespace
+{
 
 const char kModule[] = "rebuild";
 
 // Held here so that the builders stay reachable for the life of the
-// process, not freed.
+// process.  The list itself is never destroyed either: at exit a freed list
+// would leave the running builders' objects unreachable.
 std::vector<QProcess *> &builders()
 {
-    static std::vector<QProcess *> started;
-    return started;
+    static auto *started = new std::vector<QProcess *>;
+    return *started;
 }
 
 } // namespace
@@ -37,7 +39,8 @@ void rebuildTables(VREL_CFG *record)
 
     const int linked = link_shared_memory();
     if ((linked & 0xFFFF) == 0xFFFF) {
-        log_error(kModule, __LINE__, 1, linked, "Failure Initializing Shared Memory after Table Rebuild");
+        log_error(kModule, __LINE__, 1, linked,
+                  "Failure Initializing Shared Memory after Table Rebuild");
         return;
     }
     const short units = units_init_access(1);

@@ -10,111 +10,110 @@
 #include <cstring>
 #include <ctime>
 
-namespace {
+namespace
+{
 
 // The host reads these two texts line by line; their blanks at line ends
 // belong to them.
-char header_text[] =
-    "\n"
-    "########################################################################\n"
-    "# This is the new format for polynomial tables which support multiple\n"
-    "# instrument ranges.\n"
-    "#\n"
-    "# The 'table_type' is POLYNOMIAL_RANGE\n"
-    "#\n"
-    "# The revision date must be @POLY3\n"
-    "#\n"
-    "# The table name is not contained within the file, but is\n"
-    "# derived from the filename.\n"
-    "#\n"
-    "# The information about a particular range must all be entered on one\n"
-    "# logical line, but the line continuation character can be used.  The \n"
-    "# keywords used to specify the data are listed below.  There are default\n"
-    "# values for each keyword except 'RANGE=' and the 'RANGE=' keyword\n"
-    "# must be the first entry on each line.  There must not be a space\n"
-    "# between the '=' character and the value following it.\n"
-    "#  example:    RANGE=0     not    RANGE= 0\n"
-    "#\n"
-    "# Although the CALZ_X and CALS_X keywords are optional, they are required\n"
-    "# for virtual zero and virtual span operations.  They represent the \n"
-    "# actual millivolt values at hardware zero and span and at which the\n"
-    "# bias is 0.0 and the gain is 1.0.\n"
-    "#\n"
-    "#              keyword list\n"
-    "#\n"
-    "#  RANGE=\n"
-    "#     A number between 0-7 which specifies the instrument range index.\n"
-    "#        example:   RANGE=0\n"
-    "#\n"
-    "#     For a single range instrument, range 0 should always be used.\n"
-    "#\n"
-    "#  C0=, C1=, C2=, C3=, C4=, C5=, C6=, C7=\n"
-    "#     The polynomial coefficients for a particular range which will be\n"
-    "#     use to convert millivolts to engineering units. Default values\n"
-    "#     are 0.0\n"
-    "#\n"
-    "#  BIAS=\n"
-    "#     A bias value that will be computed as a result of a virtual\n"
-    "#     zeroing operation.  The default value is 0.0, but after a zeroing\n"
-    "#     operation, this value may be written back into the calibration file.\n"
-    "#\n"
-    "#  GAIN=\n"
-    "#     A multiplier value that will be computed as a result of a virtual\n"
-    "#     zeroing/spanning operation.  The default values is 1.0, but after\n"
-    "#     a zero/span operation, this value may be written back into the\n"
-    "#     calibration file.\n"
-    "#\n"
-    "#  MIN=\n"
-    "#     The minimum value at which the calibration is valid.  The default\n"
-    "#     values is 0.0\n"
-    "#\n"
-    "#  MAX= \n"
-    "#     The maximum value at which the calibration is valid.  The default\n"
-    "#     value is 1,000,000.\n"
-    "#\n"
-    "#  VZ_X=\n"
-    "#     The millivolt value at virtual zero.  The default value is 0.0\n"
-    "#\n"
-    "#  VZ_Y=\n"
-    "#     The engineering units at virtual zero.  The default value is 0.0\n"
-    "#\n"
-    "#  VS_X=\n"
-    "#     The millivolt value at virtual span.  The default value is 0.0\n"
-    "#\n"
-    "#  VS_Y=\n"
-    "#     The engineering units at virtual span.  The default value is 0.0\n"
-    "#\n"
-    "#  CALZ_X=\n"
-    "#     The millivolt value at initial calibration zero.  (hardware zero)\n"
-    "#     The default value is 0.0\n"
-    "#\n"
-    "#  CALS_X=\n"
-    "#     The millivolt value at initial calibration span.  (hardware span)\n"
-    "#     The default value is 0.0\n"
-    "#######################################################################\n"
-    "\n"
-    "\n";
+char header_text[] = "\n"
+                     "########################################################################\n"
+                     "# This is the new format for polynomial tables which support multiple\n"
+                     "# instrument ranges.\n"
+                     "#\n"
+                     "# The 'table_type' is POLYNOMIAL_RANGE\n"
+                     "#\n"
+                     "# The revision date must be @POLY3\n"
+                     "#\n"
+                     "# The table name is not contained within the file, but is\n"
+                     "# derived from the filename.\n"
+                     "#\n"
+                     "# The information about a particular range must all be entered on one\n"
+                     "# logical line, but the line continuation character can be used.  The \n"
+                     "# keywords used to specify the data are listed below.  There are default\n"
+                     "# values for each keyword except 'RANGE=' and the 'RANGE=' keyword\n"
+                     "# must be the first entry on each line.  There must not be a space\n"
+                     "# between the '=' character and the value following it.\n"
+                     "#  example:    RANGE=0     not    RANGE= 0\n"
+                     "#\n"
+                     "# Although the CALZ_X and CALS_X keywords are optional, they are required\n"
+                     "# for virtual zero and virtual span operations.  They represent the \n"
+                     "# actual millivolt values at hardware zero and span and at which the\n"
+                     "# bias is 0.0 and the gain is 1.0.\n"
+                     "#\n"
+                     "#              keyword list\n"
+                     "#\n"
+                     "#  RANGE=\n"
+                     "#     A number between 0-7 which specifies the instrument range index.\n"
+                     "#        example:   RANGE=0\n"
+                     "#\n"
+                     "#     For a single range instrument, range 0 should always be used.\n"
+                     "#\n"
+                     "#  C0=, C1=, C2=, C3=, C4=, C5=, C6=, C7=\n"
+                     "#     The polynomial coefficients for a particular range which will be\n"
+                     "#     use to convert millivolts to engineering units. Default values\n"
+                     "#     are 0.0\n"
+                     "#\n"
+                     "#  BIAS=\n"
+                     "#     A bias value that will be computed as a result of a virtual\n"
+                     "#     zeroing operation.  The default value is 0.0, but after a zeroing\n"
+                     "#     operation, this value may be written back into the calibration file.\n"
+                     "#\n"
+                     "#  GAIN=\n"
+                     "#     A multiplier value that will be computed as a result of a virtual\n"
+                     "#     zeroing/spanning operation.  The default values is 1.0, but after\n"
+                     "#     a zero/span operation, this value may be written back into the\n"
+                     "#     calibration file.\n"
+                     "#\n"
+                     "#  MIN=\n"
+                     "#     The minimum value at which the calibration is valid.  The default\n"
+                     "#     values is 0.0\n"
+                     "#\n"
+                     "#  MAX= \n"
+                     "#     The maximum value at which the calibration is valid.  The default\n"
+                     "#     value is 1,000,000.\n"
+                     "#\n"
+                     "#  VZ_X=\n"
+                     "#     The millivolt value at virtual zero.  The default value is 0.0\n"
+                     "#\n"
+                     "#  VZ_Y=\n"
+                     "#     The engineering units at virtual zero.  The default value is 0.0\n"
+                     "#\n"
+                     "#  VS_X=\n"
+                     "#     The millivolt value at virtual span.  The default value is 0.0\n"
+                     "#\n"
+                     "#  VS_Y=\n"
+                     "#     The engineering units at virtual span.  The default value is 0.0\n"
+                     "#\n"
+                     "#  CALZ_X=\n"
+                     "#     The millivolt value at initial calibration zero.  (hardware zero)\n"
+                     "#     The default value is 0.0\n"
+                     "#\n"
+                     "#  CALS_X=\n"
+                     "#     The millivolt value at initial calibration span.  (hardware span)\n"
+                     "#     The default value is 0.0\n"
+                     "#######################################################################\n"
+                     "\n"
+                     "\n";
 
-char notes_text[] =
-    "# defaults:\n"
-    "#   bias - 0\n"
-    "#        BIAS=\n"
-    "#   gain - 1.0\n"
-    "#        GAIN=\n"
-    "#   virtual settings - 0\n"
-    "#        VZ_X=    VZ_Y=    VS_X=    VS_Y=    CALZ_X=     CALS_X=\n"
-    "#   range_min - 0\n"
-    "#        MIN=\n"
-    "#   range_max - 1.0e6\n"
-    "#        MAX=\n"
-    "#   polynomial coefficients - 0\n"
-    "#        C0=   C1=   C2=   C3=   C4=   C5=   C6=   C7=\n"
-    "#\n"
-    "# NOTE: The RANGE= specification must be the first entry on a line\n"
-    "\n"
-    "\n";
+char notes_text[] = "# defaults:\n"
+                    "#   bias - 0\n"
+                    "#        BIAS=\n"
+                    "#   gain - 1.0\n"
+                    "#        GAIN=\n"
+                    "#   virtual settings - 0\n"
+                    "#        VZ_X=    VZ_Y=    VS_X=    VS_Y=    CALZ_X=     CALS_X=\n"
+                    "#   range_min - 0\n"
+                    "#        MIN=\n"
+                    "#   range_max - 1.0e6\n"
+                    "#        MAX=\n"
+                    "#   polynomial coefficients - 0\n"
+                    "#        C0=   C1=   C2=   C3=   C4=   C5=   C6=   C7=\n"
+                    "#\n"
+                    "# NOTE: The RANGE= specification must be the first entry on a line\n"
+                    "\n"
+                    "\n";
 
-constexpr std::time_t kDefaultInterval = 15724800;  // 26 weeks
+constexpr std::time_t kDefaultInterval = 15724800; // 26 weeks
 constexpr std::time_t kWeek = 604800;
 constexpr double kDefaultMax = 1e6;
 
@@ -130,7 +129,7 @@ const char *or_none(const char *text)
 // localtime cannot represent gives the bare newline.
 void asctime_text(std::time_t t, char *out, size_t size)
 {
-    std::tm local {};
+    std::tm local{};
     if (!localtime_r(&t, &local) || std::strftime(out, size, "%a %b %e %H:%M:%S %Y\n", &local) == 0)
         std::snprintf(out, size, "\n");
 }
@@ -141,7 +140,7 @@ void due_text(std::time_t last_cal, std::time_t interval, char *out, size_t size
 {
     out[0] = '\0';
     std::time_t due;
-    std::tm local {};
+    std::tm local{};
     if (__builtin_add_overflow(last_cal, interval, &due) || !localtime_r(&due, &local))
         return;
     if (std::strftime(out, size, "%x", &local) == 0)
@@ -151,22 +150,32 @@ void due_text(std::time_t last_cal, std::time_t interval, char *out, size_t size
 const char *type_word(int16_t type)
 {
     switch (type) {
-    case TBL_POLYNOMIAL: return "POLYNOMIAL";
-    case TBL_SCALED: return "SCALED";
-    case TBL_2D_INTERPOLATION: return "2D_INTERPOLATION";
-    case TBL_LOCAL_2D_INTERPOLATION: return "LOCAL_2D_INTERPOLATION";
-    case TBL_HYPERBOLIC: return "HYPERBOLIC";
-    case TBL_POLYNOMIAL_RANGE: return "POLYNOMIAL_RANGE";
-    default: return "INTERPOLATION";
+    case TBL_POLYNOMIAL:
+        return "POLYNOMIAL";
+    case TBL_SCALED:
+        return "SCALED";
+    case TBL_2D_INTERPOLATION:
+        return "2D_INTERPOLATION";
+    case TBL_LOCAL_2D_INTERPOLATION:
+        return "LOCAL_2D_INTERPOLATION";
+    case TBL_HYPERBOLIC:
+        return "HYPERBOLIC";
+    case TBL_POLYNOMIAL_RANGE:
+        return "POLYNOMIAL_RANGE";
+    default:
+        return "INTERPOLATION";
     }
 }
 
 const char *date_label(uint16_t cal_mode)
 {
     switch (cal_mode) {
-    case CAL_ADJUSTED: return "#   cal last adjusted on: %s";
-    case CAL_REUSE: return "#   cal last accepted on: %s";
-    default: return "#     last calibrated on: %s";
+    case CAL_ADJUSTED:
+        return "#   cal last adjusted on: ";
+    case CAL_REUSE:
+        return "#   cal last accepted on: ";
+    default:
+        return "#     last calibrated on: ";
     }
 }
 
@@ -179,20 +188,21 @@ void write_dates(FILE *file, TableInfo &table)
     char calibrated[64];
     char due[40];
     asctime_text(static_cast<std::time_t>(table.last_cal), calibrated, sizeof calibrated);
-    due_text(static_cast<std::time_t>(table.last_cal), static_cast<std::time_t>(table.cal_interval), due,
-             sizeof due);
-    std::fprintf(file, date_label(table.cal_mode), calibrated);
-    std::fprintf(file,
-                 "#next calibration due on: %s\n\n#last_cal(time_t)        cal_interval\n %ld               "
-                 "%ld[week]\n\n",
-                 due, static_cast<long>(table.last_cal), static_cast<long>(table.cal_interval / kWeek));
+    due_text(static_cast<std::time_t>(table.last_cal), static_cast<std::time_t>(table.cal_interval),
+             due, sizeof due);
+    std::fprintf(file, "%s%s", date_label(table.cal_mode), calibrated);
+    std::fprintf(
+        file,
+        "#next calibration due on: %s\n\n#last_cal(time_t)        cal_interval\n %ld               "
+        "%ld[week]\n\n",
+        due, static_cast<long>(table.last_cal), static_cast<long>(table.cal_interval / kWeek));
 }
 
 void write_comment(FILE *file, TableInfo &table)
 {
     string_strip(string_trim(ended(table.user_comment)));
     if (table.user_comment[0] == '\0')
-        copyn("vrel_util", __LINE__, table.user_comment, "none", sizeof table.user_comment);
+        copyn("table_writer", __LINE__, table.user_comment, "none", sizeof table.user_comment);
     std::fprintf(file, "# user comment\n%s\n\n", table.user_comment);
 }
 
@@ -210,14 +220,16 @@ void write_sensor(FILE *file, TableInfo &table)
     if (range_units[0] == '\0') {
         std::fprintf(file, "#Sensor Range Units\nnone\n\n");
         // The limits below then carry the table's units, and so does the record.
-        copyn("vrel_util", __LINE__, table.sensor_range_units, ended(table.tbl_units),
+        copyn("table_writer", __LINE__, table.sensor_range_units, ended(table.tbl_units),
               sizeof table.sensor_range_units);
     } else {
         std::fprintf(file, "#Sensor Range Units\n%s\n\n", range_units);
     }
-    std::fprintf(file, "#Sensor range limits\n#  lower_limit         upper_limit\n%8.2f[%s]     %8.2f[%s]\n\n",
-                 table.sensor_range_lower_limit, table.sensor_range_units, table.sensor_range_upper_limit,
-                 table.sensor_range_units);
+    std::fprintf(
+        file,
+        "#Sensor range limits\n#  lower_limit         upper_limit\n%8.2f[%s]     %8.2f[%s]\n\n",
+        table.sensor_range_lower_limit, table.sensor_range_units, table.sensor_range_upper_limit,
+        table.sensor_range_units);
 }
 
 void write_metadata(FILE *file, TableInfo &table)
@@ -232,14 +244,15 @@ void write_metadata(FILE *file, TableInfo &table)
     std::fprintf(file, "#Working Standard\n%s\n\n", or_none(ended(table.working_standard)));
     std::fprintf(file, "#Technician\n%s\n\n", or_none(ended(table.technician)));
     write_description(file, table);
-    std::fprintf(file, "#calibration units\n#eng_units          raw_units\n  %s                 %s\n\n",
+    std::fprintf(file,
+                 "#calibration units\n#eng_units          raw_units\n  %s                 %s\n\n",
                  ended(table.tbl_units), ended(table.x_units));
     if (!poly_range)
         std::fprintf(file,
                      "# calibration limits\n#  min_cal_range        max_cal_range      tolerance   "
                      "tolerance_units\n%8.2f[%s]    %8.2f[%s]    %8.2f       %s\n\n",
-                     table.min_range, table.tbl_units, table.max_range, table.tbl_units, table.tbl_tol,
-                     ended(table.tol_units));
+                     table.min_range, table.tbl_units, table.max_range, table.tbl_units,
+                     table.tbl_tol, ended(table.tol_units));
     std::fprintf(file, "#MUA Instance Name\n%s\n\n", or_none(ended(table.mua_instance_name)));
     write_sensor(file, table);
     std::fprintf(file, "#type_code\n%-24s\n\n", type_word(table.tbl_type));
@@ -253,8 +266,8 @@ void write_interpolation(FILE *file, VREL_CFG *record)
     int kept = 0;
     for (int i = 0; i < count; ++i)
         kept += flags[i] != POINT_NEW;
-    std::fprintf(file, "#number of points\n%d\n\n#%12.12s %12.12s\n", kept, record->table_info.x_units,
-                 record->table_info.tbl_units);
+    std::fprintf(file, "#number of points\n%d\n\n#%12.12s %12.12s\n", kept,
+                 record->table_info.x_units, record->table_info.tbl_units);
     for (int i = 0; i < count; ++i)
         if (flags[i] != POINT_NEW)
             std::fprintf(file, "     %8.5f     %8.5f\n", points.x[i], points.y[i]);
@@ -308,7 +321,8 @@ void write_ranges(FILE *file, const VREL_CFG *record)
     std::fprintf(file, "%s", poly_range_notes);
     for (int r = 0; r < kMaxRanges; ++r)
         if (record->new_table_poly[r].num_coeff > 0)
-            write_range_line(file, r, record->table_info.dim.table_poly[r], record->new_table_poly[r]);
+            write_range_line(file, r, record->table_info.dim.table_poly[r],
+                             record->new_table_poly[r]);
 }
 
 void write_data(FILE *file, VREL_CFG *record)
@@ -328,7 +342,7 @@ void write_data(FILE *file, VREL_CFG *record)
         write_ranges(file, record);
         break;
     default:
-        break;  // other types end after their type section
+        break; // other types end after their type section
     }
 }
 

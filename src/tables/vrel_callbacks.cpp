@@ -7,20 +7,23 @@
 
 #include <QMessageBox>
 
-#include <clocale>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <locale.h>
 
-namespace {
+namespace
+{
 
 const char kModule[] = "vrel_callbacks";
 const char kFraction[] = "FRAC";
 
-const char kTableUnitsWarning[] = "Defaulting to the NONE MUA Instance Name and Tolerance values.\n\n"
-                                  "The tolerance units are not compatible with the calibration table units.";
-const char kSensorUnitsWarning[] = "Defaulting to the NONE MUA Instance Name and Tolerance values.\n\n"
-                                   "The tolerance units are not compatible with the sensor units.";
+const char kTableUnitsWarning[] =
+    "Defaulting to the NONE MUA Instance Name and Tolerance values.\n\n"
+    "The tolerance units are not compatible with the calibration table units.";
+const char kSensorUnitsWarning[] =
+    "Defaulting to the NONE MUA Instance Name and Tolerance values.\n\n"
+    "The tolerance units are not compatible with the sensor units.";
 const char kBiasWarning[] = "Defaulting to the NONE MUA Instance Name and Bias values.\n\n"
                             "The found units are not compatible.";
 
@@ -28,7 +31,8 @@ const char kBiasWarning[] = "Defaulting to the NONE MUA Instance Name and Bias v
 // station's locale.
 double c_strtod(const char *text)
 {
-    static const locale_t c_locale = newlocale(LC_NUMERIC_MASK, "C", static_cast<locale_t>(nullptr));
+    static const locale_t c_locale =
+        newlocale(LC_NUMERIC_MASK, "C", static_cast<locale_t>(nullptr));
     return strtod_l(text, nullptr, c_locale);
 }
 
@@ -92,7 +96,8 @@ double sensor_span(const TableInfo &info)
     return converted(info.sensor_range_units, info.tbl_units, span);
 }
 
-const QString &text_of_kind(int16_t kind, const QString &ooa, const QString &oot, const QString &soot)
+const QString &text_of_kind(int16_t kind, const QString &ooa, const QString &oot,
+                            const QString &soot)
 {
     if (kind == 1)
         return ooa;
@@ -192,7 +197,7 @@ void pad_long_table(const LongTable *long_table, CurvePoints *plot_points)
     int count = long_table->count;
     if (count > kMaxPoints)
         count = kMaxPoints;
-    CurvePoints::Pair last {0.0, 0.0};
+    CurvePoints::Pair last{0.0, 0.0};
     for (int i = 0; i < kMaxPoints; ++i) {
         if (i < count)
             last = {long_table->x[i], long_table->y[i]};
@@ -201,14 +206,16 @@ void pad_long_table(const LongTable *long_table, CurvePoints *plot_points)
     plot_points->count = kMaxPoints;
 }
 
-namespace {
+namespace
+{
 
 // Step 2 of the autoscale: an axis whose ends lie on one side of zero, one
 // of them more than five times the other, is dragged to zero.
 void pull_to_zero(axis_scale *scale, double &a)
 {
     const double b = std::fabs(scale->max);
-    const bool same_side = (scale->min > 0.0 && scale->max > 0.0) || (scale->min < 0.0 && scale->max < 0.0);
+    const bool same_side =
+        (scale->min > 0.0 && scale->max > 0.0) || (scale->min < 0.0 && scale->max < 0.0);
     if (!same_side)
         return;
     if (b / a > 5.0) {

@@ -1,14 +1,8 @@
 #include "vrel_util.h"
 
 #include "functions.h"
-#include "vrel_callbacks.h"
-
-#if __has_include("uut_ref.h")
 #include "uut_ref.h"
-#else
-void read_uut_data(VREL_CFG *record);
-void read_ref_data(VREL_CFG *record);
-#endif
+#include "vrel_callbacks.h"
 
 #include <orvane/log.h>
 #include <orvane/strings.h>
@@ -20,7 +14,8 @@ void read_ref_data(VREL_CFG *record);
 #include <memory>
 #include <utility>
 
-namespace {
+namespace
+{
 
 const char kModule[] = "vrel_util";
 constexpr int kHostFailure = 0xFFFF;
@@ -40,7 +35,8 @@ int points_in(int count)
 
 // A text of a host segment's fixed field, which need not be ended inside
 // the field, cut plainly to the destination.
-void copy_host_text(char *destination, size_t destination_size, const char *source, size_t source_size)
+void copy_host_text(char *destination, size_t destination_size, const char *source,
+                    size_t source_size)
 {
     size_t length = strnlen(source, source_size);
     if (length >= destination_size)
@@ -76,17 +72,6 @@ void fit_line_into(TablePoly *target, const RawData &raw)
     double scratch[kMaxPoints] = {};
     polynomialfit(points_in(raw.count), 2, raw.x, raw.y, scratch);
     store_fit_coefficients(target, scratch, raw.count);
-}
-
-// The range a refitted polynomial goes to.  The host may leave range_index
-// at -1; a range that does not exist gets range 0 rather than a store
-// outside the table.
-int refit_range(const TableInfo &table)
-{
-    if (table.range_index >= 0 && table.range_index < kMaxRanges)
-        return table.range_index;
-    log_error(kModule, __LINE__, 1, 0, "range index %d is no range; the refit goes to range 0", table.range_index);
-    return 0;
 }
 
 void sort_and_tabulate(VREL_CFG *record)
@@ -126,9 +111,12 @@ void finish_interpolation(VREL_CFG *record)
 
 void finish_polynomial(VREL_CFG *record)
 {
+    // The refit goes to the range in use; a range_index the host left
+    // outside 0..7 (it may leave -1) counts as range 0.
     TableInfo &table = record->table_info;
     if (table.dim.table_poly[0].num_coeff == 0)
-        fit_line_into(&table.dim.table_poly[refit_range(table)], table.dim.table_poly[0].raw_data);
+        fit_line_into(&table.dim.table_poly[range_in_use(record)],
+                      table.dim.table_poly[0].raw_data);
     sort_and_tabulate(record);
 }
 
@@ -146,7 +134,8 @@ void resolve_tolerances(VREL_CFG *record)
 // A failed read keeps the channel selectable with an empty curve.
 void mark_unreadable(VREL_CFG *record)
 {
-    copyn(kModule, __LINE__, record->table_info.tbl_desc, "No Description", sizeof record->table_info.tbl_desc);
+    copyn(kModule, __LINE__, record->table_info.tbl_desc, "No Description",
+          sizeof record->table_info.tbl_desc);
     record->long_table.count = 0;
     record->long_table.host_count = 0;
 }
@@ -203,7 +192,8 @@ void store_fit_coefficients(TablePoly *element, const double *scratch, int count
                   "a store of one coefficient per point stays inside the element");
     const int stored = points_in(count);
     auto *bytes = reinterpret_cast<unsigned char *>(element);
-    std::memcpy(bytes + offsetof(TablePoly, coeff), scratch, static_cast<size_t>(stored) * sizeof(double));
+    std::memcpy(bytes + offsetof(TablePoly, coeff), scratch,
+                static_cast<size_t>(stored) * sizeof(double));
     element->num_coeff = static_cast<int16_t>(count);
 }
 
@@ -240,24 +230,28 @@ int first_filled_range(const TableInfo *table)
     return -1;
 }
 
-void compare_table_pair(const TableInfo *save_table, const TableInfo *tbl_table, const char *tbl_path,
-                        const char *save_path)
+void compare_table_pair(const TableInfo *save_table, const TableInfo *tbl_table,
+                        const char *tbl_path, const char *save_path)
 {
     char message[120];
     std::snprintf(message, sizeof message, "%s pts diff from %s ADJUST cal", tbl_path, save_path);
     if (save_table->tbl_type != tbl_table->tbl_type) {
-        std::snprintf(message, sizeof message, "<%s> table type differs from <%s> ", tbl_path, save_path);
+        std::snprintf(message, sizeof message, "<%s> table type differs from <%s> ", tbl_path,
+                      save_path);
         show_information(message);
         return;
     }
     const TablePoly &saved = save_table->dim.table_poly[0];
     const TablePoly &tabled = tbl_table->dim.table_poly[0];
-    if (save_table->tbl_type == TBL_INTERPOLATION && saved.raw_data.count != tabled.raw_data.count) {
+    if (save_table->tbl_type == TBL_INTERPOLATION &&
+        saved.raw_data.count != tabled.raw_data.count) {
         show_information(message);
-        log_error(kModule, __LINE__, 1, 0, "<%s> data does not agree with <%s> data\n not the same number of points",
+        log_error(kModule, __LINE__, 1, 0,
+                  "<%s> data does not agree with <%s> data\n not the same number of points",
                   tbl_path, save_path);
     } else if (save_table->tbl_type == TBL_POLYNOMIAL && saved.num_coeff != tabled.num_coeff) {
-        std::snprintf(message, sizeof message, "%s num coeff of polynomial differ from %s", tbl_path, save_path);
+        std::snprintf(message, sizeof message, "%s num coeff of polynomial differ from %s",
+                      tbl_path, save_path);
         show_information(message);
     }
 }
@@ -280,7 +274,8 @@ int load_table_pair(const char *tbl_file, TableInfo *table)
     auto tbl_table = std::make_unique<TableInfo>();
     if (host_failed(read_table(tbl_path, tbl_table.get())))
         return 0;
-    std::memcpy(table->mua_instance_name, tbl_table->mua_instance_name, sizeof table->mua_instance_name);
+    std::memcpy(table->mua_instance_name, tbl_table->mua_instance_name,
+                sizeof table->mua_instance_name);
     std::memcpy(table->tbl_desc, tbl_table->tbl_desc, sizeof table->tbl_desc);
     if (table->tbl_type == static_cast<int16_t>(kHostFailure))
         table->tbl_type = tbl_table->tbl_type;
@@ -381,7 +376,8 @@ short load_channel(VREL_CFG *record)
     TableInfo &info = record->table_info;
     copy_host_text(info.tbl_name, sizeof info.tbl_name, ai_transfer[channel].table_name,
                    sizeof ai_transfer[channel].table_name);
-    copy_host_text(info.tbl_units, sizeof info.tbl_units, Ai_real[channel].units, sizeof Ai_real[channel].units);
+    copy_host_text(info.tbl_units, sizeof info.tbl_units, Ai_real[channel].units,
+                   sizeof Ai_real[channel].units);
     build_table_paths(record);
 
     if (host_failed(load_table(record)))

@@ -26,8 +26,8 @@ int load_table_pair(const char *tbl_file, TableInfo *table);
 // Tells the technician when the archive and the .tbl disagree in type, in
 // the count of interpolation points, or in the count of polynomial
 // coefficients.  Values themselves are not compared.
-void compare_table_pair(const TableInfo *save_table, const TableInfo *tbl_table, const char *tbl_path,
-                        const char *save_path);
+void compare_table_pair(const TableInfo *save_table, const TableInfo *tbl_table,
+                        const char *tbl_path, const char *save_path);
 
 // Empties new_table_poly: every raw slot kUnusedPoint, every count 0.
 void clear_new_table(VREL_CFG *record);

@@ -12,14 +12,15 @@
 // would write "12,50", strtod would stop at the '.', and %x and %r would
 // change shape; the files are read by the host and the laboratory system,
 // which expect the C forms.
-class CLocaleScope {
-public:
+class CLocaleScope
+{
+  public:
     CLocaleScope() : previous_(uselocale(c_locale())) {}
     ~CLocaleScope() { uselocale(previous_); }
     CLocaleScope(const CLocaleScope &) = delete;
     CLocaleScope &operator=(const CLocaleScope &) = delete;
 
-private:
+  private:
     // Made once and kept for the life of the process.  Should newlocale
     // fail, uselocale((locale_t)0) only queries, and the thread keeps its
     // locale.
@@ -35,8 +36,7 @@ private:
 // the brim without its NUL is cut to width - 1 characters, so that no
 // string function runs on into the next field; an ended field is left as
 // it is.
-template <size_t N>
-char *ended(char (&field)[N])
+template <size_t N> char *ended(char (&field)[N])
 {
     field[N - 1] = '\0';
     return field;

@@ -14,7 +14,13 @@ DialogAnswerer::DialogAnswerer()
 
 void DialogAnswerer::answer(const QString &button)
 {
+    answer(button, nullptr);
+}
+
+void DialogAnswerer::answer(const QString &button, std::function<void(QWidget *)> prepare)
+{
     answers_.append(button);
+    preparations_.append(std::move(prepare));
     timer_.start();
 }
 
@@ -26,8 +32,9 @@ void DialogAnswerer::poll()
             timer_.stop();
         return;
     }
-    // A message box is only answerable once it is laid out and shown.
-    if (!modal->isVisible())
+    // A message box is only answerable once it is laid out and shown, and
+    // only once the answer given to it before has been carried out.
+    if (!modal->isVisible() || modal == answering_)
         return;
     Seen seen;
     seen.title = modal->windowTitle();
@@ -36,6 +43,8 @@ void DialogAnswerer::poll()
         seen.text = box->text();
     const QList<QAbstractButton *> buttons = modal->findChildren<QAbstractButton *>();
     QString wanted = answers_.takeFirst();
+    if (auto prepare = preparations_.takeFirst())
+        prepare(modal);
     QAbstractButton *target = nullptr;
     for (QAbstractButton *button : buttons) {
         QString text = button->text().remove(QLatin1Char('&'));
@@ -46,10 +55,21 @@ void DialogAnswerer::poll()
     }
     seen.answeredWith = target ? wanted : QStringLiteral("<rejected>");
     seen_.append(seen);
-    if (target)
-        target->click();
-    else if (auto *dialog = qobject_cast<QDialog *>(modal))
-        dialog->reject();
-    else
-        modal->close();
+    // The answer is given from the event loop, not from inside this timer
+    // slot: what the click opens in turn must find the timer free to fire.
+    answering_ = modal;
+    QPointer<QAbstractButton> button(target);
+    QPointer<QWidget> widget(modal);
+    QMetaObject::invokeMethod(
+        this,
+        [this, button, widget] {
+            if (button)
+                button->click();
+            else if (auto *dialog = qobject_cast<QDialog *>(widget.data()))
+                dialog->reject();
+            else if (widget)
+                widget->close();
+            answering_ = nullptr;
+        },
+        Qt::QueuedConnection);
 }

@@ -5,10 +5,13 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QStringList>
 #include <QTimer>
 #include <QVector>
+
+#include <functional>
 
 class DialogAnswerer : public QObject {
     Q_OBJECT
@@ -25,6 +28,8 @@ public:
     // Click the button whose text (mnemonics removed) is `button`: "OK",
     // "Cancel", "Yes", "No", "Record", ...
     void answer(const QString &button);
+    // The same, after `prepare` has filled in the modal widget.
+    void answer(const QString &button, std::function<void(QWidget *)> prepare);
     // The modal widgets met so far, in order.
     const QVector<Seen> &seen() const { return seen_; }
     int pending() const { return answers_.size(); }
@@ -36,5 +41,7 @@ private:
 
     QTimer timer_;
     QStringList answers_;
+    QVector<std::function<void(QWidget *)>> preparations_;
     QVector<Seen> seen_;
+    QPointer<QWidget> answering_; // the widget whose answer is on its way
 };

@@ -1,0 +1,189 @@
+// What the tests of the file writers share: a zeroed calibration record,
+// texts put into its fields, golden files, a fixed clock in UTC, and the
+// station locales under which the bytes must not change.
+#pragma once
+
+#include "clock.h"
+#include "vrel_cfg.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+#include <QStringList>
+#include <QtTest>
+
+#include <clocale>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <string>
+
+namespace writer_fixture
+{
+
+// 10:13:20 PM on 11/14/2023, UTC.
+constexpr std::time_t kNow = 1700000000;
+
+// Local time is UTC and the writers' clock stands at kNow.
+inline void fix_time()
+{
+    qputenv("TZ", "UTC");
+    tzset();
+    set_fixed_clock(kNow);
+}
+
+inline std::unique_ptr<VREL_CFG> zeroed_record()
+{
+    return std::unique_ptr<VREL_CFG>(new VREL_CFG());
+}
+
+template <size_t N> void set_text(char (&field)[N], const char *text)
+{
+    std::memset(field, 0, N);
+    std::strncpy(field, text, N - 1);
+}
+
+inline QByteArray file_bytes(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QByteArray("<missing: ") + path.toLocal8Bit() + '>';
+    return file.readAll();
+}
+
+inline QString golden_path(const QString &name)
+{
+    return QStringLiteral(VREL_SOURCE_DIR "/tests/data/golden/") + name;
+}
+
+inline QByteArray golden(const QString &name)
+{
+    return file_bytes(golden_path(name));
+}
+
+// The first line where two texts differ, for a failure message that
+// points at the byte that is wrong.
+inline QByteArray first_difference(const QByteArray &actual, const QByteArray &expected)
+{
+    const QList<QByteArray> a = actual.split('\n');
+    const QList<QByteArray> e = expected.split('\n');
+    for (int i = 0; i < qMax(a.size(), e.size()); ++i) {
+        const QByteArray left = i < a.size() ? a[i] : QByteArray("<none>");
+        const QByteArray right = i < e.size() ? e[i] : QByteArray("<none>");
+        if (left != right)
+            return "line " + QByteArray::number(i + 1) + ": got [" + left + "] expected [" + right +
+                   "]";
+    }
+    return QByteArray();
+}
+
+// The locales a golden test runs under: the C library's own, and a German
+// station's, whose decimal comma and date forms must not reach the files.
+inline QStringList station_locales()
+{
+    return {QStringLiteral("C"), QStringLiteral("de_DE.UTF-8")};
+}
+
+// Puts the whole process under a locale while it lives.
+class ProcessLocale
+{
+  public:
+    explicit ProcessLocale(const QString &name)
+        : previous_(std::setlocale(LC_ALL, nullptr)),
+          ok_(std::setlocale(LC_ALL, name.toLatin1().constData()))
+    {
+    }
+    ~ProcessLocale() { std::setlocale(LC_ALL, previous_.c_str()); }
+    bool ok() const { return ok_; }
+
+  private:
+    std::string previous_;
+    bool ok_;
+};
+
+} // namespace writer_fixture
+
+// Compares written bytes with a golden file, naming the first differing line.
+#define COMPARE_GOLDEN(actual, name)                                                               \
+    do {                                                                                           \
+        const QByteArray expected_bytes_ = writer_fixture::golden(name);                           \
+        const QByteArray actual_bytes_ = (actual);                                                 \
+        QVERIFY2(actual_bytes_ == expected_bytes_,                                                 \
+                 writer_fixture::first_difference(actual_bytes_, expected_bytes_).constData());    \
+    } while (0)
+
+// Enters the row's locale or skips the row when the station lacks it.
+#define ENTER_LOCALE(name)                                                                         \
+    writer_fixture::ProcessLocale process_locale_(name);                                           \
+    if (!process_locale_.ok())                                                                     \
+        QSKIP("this locale is not installed");
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace writer_fixture
+{
+
+// Makes an existing file that this process cannot open for writing: mode
+// read-only and, where permissions do not bind (a test run as root), the
+// immutable attribute.  ok() is false when neither takes; the test then
+// skips.  Undone on destruction so that the temporary folder can go.
+class Unwritable
+{
+  public:
+    explicit Unwritable(const QString &path) : path_(path.toLocal8Bit())
+    {
+        ::chmod(path_.constData(), 0444);
+        if (!writable())
+            return;
+        immutable_ = set_immutable(true);
+    }
+    ~Unwritable()
+    {
+        if (immutable_)
+            set_immutable(false);
+        ::chmod(path_.constData(), 0644);
+    }
+    Unwritable(const Unwritable &) = delete;
+    Unwritable &operator=(const Unwritable &) = delete;
+    bool ok() const { return !writable(); }
+
+  private:
+    bool writable() const
+    {
+        const int fd = ::open(path_.constData(), O_WRONLY);
+        if (fd < 0)
+            return false;
+        ::close(fd);
+        return true;
+    }
+    bool set_immutable(bool on) const
+    {
+        const int fd = ::open(path_.constData(), O_RDONLY);
+        if (fd < 0)
+            return false;
+        int flags = 0;
+        bool done = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
+        if (done) {
+            flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
+            done = ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+        }
+        ::close(fd);
+        return done;
+    }
+
+    QByteArray path_;
+    bool immutable_ = false;
+};
+
+inline bool write_file(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+           file.write(bytes) == bytes.size();
+}
+
+} // namespace writer_fixture
