@@ -343,6 +343,7 @@ class RecordText
     bool parse();
 
   private:
+    int record_mode_ = 0; // the record's cal_mode word as a code
     bool comment_block(size_t &pos, int &line);
     bool fields();
     bool points(size_t first_bare);
@@ -448,7 +449,9 @@ bool RecordText::fields()
         return problem_.set(mode->line,
                             text_format("unknown cal_mode \"%.*s\"",
                                         static_cast<int>(mode->text.size()), mode->text.data()));
-    t_.cal_mode = static_cast<uint16_t>(cal_mode);
+    // The words are checked but not kept in the block: cal_mode and
+    // tol_state belong to the utility, which finds them 0 after every load.
+    record_mode_ = cal_mode;
     const Scanner::Item *state = quoted("tol_state");
     if (!state)
         return false;
@@ -457,7 +460,6 @@ bool RecordText::fields()
         return problem_.set(state->line,
                             text_format("unknown tol_state \"%.*s\"",
                                         static_cast<int>(state->text.size()), state->text.data()));
-    t_.tol_state = static_cast<uint16_t>(tol_state);
     if (!text_field(t_.tbl_name, "tbl_name"))
         return false;
 
@@ -521,7 +523,7 @@ bool RecordText::points(size_t first_bare)
 {
     std::vector<Scanner::Item> table(items_.begin() + static_cast<long>(first_bare), items_.end());
     std::vector<Scanner::Item> dyno;
-    if (t_.cal_mode == 1) {
+    if (record_mode_ == 1) {
         double unused = 0.0;
         size_t split = table.size();
         for (size_t k = 0; k < table.size(); ++k)

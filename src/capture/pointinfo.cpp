@@ -16,6 +16,13 @@ const char kFaceGrey[] = "background-color: rgb(238, 238,238)";
 const char kFaceAveraging[] = "background-color: rgb(255,170,0); color: rgb(136, 138, 133)";
 const char kFieldWhite[] = "background-color: white";
 
+QString band_style(int band)
+{
+    static const char *const styles[] = {"background-color: rgb(0,255,0)", "background-color: rgb(255, 255, 127)",
+                                         "background-color: rgb(255,170,0)", "background-color: rgb(255, 78, 78)"};
+    return QString::fromLatin1(styles[band < 0 ? 0 : (band > 3 ? 3 : band)]);
+}
+
 PointInfo::PointInfo(MainWindow *main_window, int index, QWidget *parent)
     : QWidget(parent), main_window_(main_window), index_(index), ui(new Ui::PointInfo)
 {
@@ -69,6 +76,11 @@ void PointInfo::setCaptureEnabled(bool enabled)
 bool PointInfo::captureEnabled() const
 {
     return ui->btnCapture->isEnabled();
+}
+
+void PointInfo::setCaptureStyle(const QString &style)
+{
+    ui->btnCapture->setStyleSheet(style);
 }
 
 void PointInfo::setCaptureFace(const QString &text)

@@ -21,6 +21,9 @@ extern const char kFaceGrey[];      // the rest
 extern const char kFaceAveraging[]; // an average runs
 extern const char kFieldWhite[];    // the entry field at rest
 
+// The style of a band: 0 green, 1 yellow, 2 orange, 3 red.
+QString band_style(int band);
+
 class PointInfo : public QWidget {
     Q_OBJECT
 public:
@@ -36,6 +39,7 @@ public:
     QString captureText() const;
     void setCaptureEnabled(bool enabled);
     bool captureEnabled() const;
+    void setCaptureStyle(const QString &style);
     // The row setter: the text, and the grey face for "Undo", blue otherwise.
     void setCaptureFace(const QString &text);
     // Shows or hides the row's four widgets.

@@ -125,6 +125,8 @@ MainWindow::~MainWindow()
         delete monitor_;
     if (worker && !worker->isRunning())
         delete worker;
+    // The monitor keeps the mutex's address but never takes it.
+    delete cfg_mutex;
     delete ui;
 }
 

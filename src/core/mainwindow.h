@@ -7,6 +7,7 @@
 //   mainwindow_curves.cpp   the candidate fit, coefficient labels, verdicts
 //   mainwindow_plot.cpp     the plot's curves and the live point
 //   mainwindow_controls.cpp the table-type, order and range controls
+//   mainwindow_flow.cpp     Record Data, Accept No-Adjust, Adjust & Rebuild
 //   mainwindow_dialogs.cpp  the modal forms the flows open
 #pragma once
 
@@ -26,6 +27,7 @@ class QwtPlotCurve;
 class QwtSymbol;
 class Worker;
 class monitorThread;
+struct FlowQuestion;
 struct LongTable;
 struct VREL_CFG;
 
@@ -91,6 +93,11 @@ public:
     // The calibration controls.
     void showCalibrationControls(VREL_CFG *record);
     void setPolyRangeItemEnabled(bool enabled);
+    void resetForRange();
+
+    // The two recording flows, started by the record type dialog.
+    void recordAsFound();
+    void recordVerification();
 
     enum Curve { CapturedCurve, PreviousCurve, CurrentPointCurve, PreviousPolyCurve, CapturedPolyCurve, CurveCount };
 
@@ -106,8 +113,22 @@ public slots:
     void enableAllCaptureButtons(bool enabled);
 
 private slots:
+    void on_btnReuseCalibration_clicked();
     void on_cboCurrentChannel_currentIndexChanged(const QString &text);
+    void on_btnRecordData_clicked();
+    void on_btnUnits_clicked();
     void on_actionExit_triggered();
+    void on_actionTable_Info_triggered();
+    void on_btnAdjustCalibration_clicked();
+    void on_cboCalType_currentIndexChanged(int index);
+    void on_cboOrderOfPolynomial_currentIndexChanged(int index);
+    void on_txtNumPoints_returnPressed();
+    void on_cboPolyRangeIndex_currentIndexChanged(int index);
+    void on_txtAveragingTime_editingFinished();
+    void on_txtNumPoints_textChanged(const QString &text);
+    void on_txtAveragingTime_textChanged(const QString &text);
+    void on_actionReference_Info_triggered();
+    void on_actionEnvironment_Variable_Data_triggered();
 
 private:
     bool init();
@@ -118,6 +139,15 @@ private:
     void showAveragingProgress(int index, int samples);
     // The fields of the form that offer the on-screen keyboard on a touch station.
     QList<QWidget *> touchFields() const;
+
+    // Pieces of the recording flows.
+    void takeFormTexts();
+    void restNextStep();
+    void stampDate(QLineEdit *field);
+    void greyFlowButtons();
+    bool confirmFinish(const FlowQuestion &question, QLineEdit *date_field);
+    void changeNumberOfPoints(int count);
+    void refitAndRedraw();
 
     // The modal forms of the flows.
     void runEnvironmentDialog();

@@ -18,14 +18,6 @@
 
 #include <algorithm>
 
-namespace {
-
-// Band styles of the entry field, by band code.
-const char *const kBandStyles[] = {"background-color: rgb(0,255,0)", "background-color: rgb(255, 255, 127)",
-                                   "background-color: rgb(255,170,0)", "background-color: rgb(255, 78, 78)"};
-
-} // namespace
-
 void MainWindow::refitCapturedPoints(VREL_CFG *record)
 {
     TablePoly &candidate = record->new_table_poly[range_in_use(record)];
@@ -135,7 +127,7 @@ void MainWindow::classifyPoint(int index, QLineEdit *field, short &band)
         band = TOL_OOT;
     else
         band = TOL_SOOT;
-    field->setStyleSheet(QString::fromLatin1(kBandStyles[band]));
+    field->setStyleSheet(band_style(band));
 }
 
 void MainWindow::reduceTolState()

@@ -31,3 +31,14 @@ bool confirm_ok_cancel(QWidget *parent, const QString &title, const QString &tex
     box.setDefaultButton(QMessageBox::Cancel);
     return box.exec() == QMessageBox::Ok;
 }
+
+bool ask_yes_no(QWidget *parent, const QString &title, const QString &text)
+{
+    QMessageBox box(parent);
+    style_message_box(box, true);
+    box.setWindowTitle(title);
+    box.setText(text);
+    box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+    box.setDefaultButton(QMessageBox::No);
+    return box.exec() == QMessageBox::Yes;
+}

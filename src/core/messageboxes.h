@@ -20,3 +20,6 @@ void show_titled_notice(QWidget *parent, const QString &title, const QString &te
 // A modal titled question with OK and Cancel, Cancel the default.  True
 // when the technician chose OK.
 bool confirm_ok_cancel(QWidget *parent, const QString &title, const QString &text);
+
+// A modal titled question with Yes and No, No the default.  True for Yes.
+bool ask_yes_no(QWidget *parent, const QString &title, const QString &text);

@@ -120,17 +120,6 @@ void finish_polynomial(VREL_CFG *record)
     sort_and_tabulate(record);
 }
 
-void resolve_tolerances(VREL_CFG *record)
-{
-    TableInfo &info = record->table_info;
-    info.no_adjust_bias = resolve_bias(1, record);
-    info.no_adjust_tol = resolve_tolerance(1, record);
-    info.oot_bias = resolve_bias(2, record);
-    info.oot_tol = resolve_tolerance(2, record);
-    info.soot_bias = resolve_bias(3, record);
-    info.soot_tol = resolve_tolerance(3, record);
-}
-
 // A failed read keeps the channel selectable with an empty curve.
 void mark_unreadable(VREL_CFG *record)
 {
@@ -185,6 +174,18 @@ void quicksort(Pair *pairs, int low, int high)
 }
 
 } // namespace
+
+void resolve_tolerances(VREL_CFG *record)
+{
+    TableInfo &info = record->table_info;
+    info.no_adjust_bias = resolve_bias(1, record);
+    info.no_adjust_tol = resolve_tolerance(1, record);
+    info.oot_bias = resolve_bias(2, record);
+    info.oot_tol = resolve_tolerance(2, record);
+    info.soot_bias = resolve_bias(3, record);
+    info.soot_tol = resolve_tolerance(3, record);
+}
+
 
 void store_fit_coefficients(TablePoly *element, const double *scratch, int count)
 {

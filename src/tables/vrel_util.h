@@ -30,6 +30,10 @@ void compare_table_pair(const TableInfo *save_table, const TableInfo *tbl_table,
                         const char *tbl_path, const char *save_path);
 
 // Empties new_table_poly: every raw slot kUnusedPoint, every count 0.
+// The six limits from the tolerance texts, in the order in which their
+// warnings may show: each band's bias, then its tolerance.
+void resolve_tolerances(VREL_CFG *record);
+
 void clear_new_table(VREL_CFG *record);
 // Zeroes new_long_table.
 void clear_new_long_table(VREL_CFG *record);

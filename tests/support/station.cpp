@@ -19,6 +19,7 @@ Station::Station() = default;
 Station::~Station()
 {
     window_.reset();
+    the_main_window = nullptr;
 }
 
 bool Station::open(const QStringList &cell_options)
@@ -31,6 +32,7 @@ bool Station::open(const QStringList &cell_options)
         if (!write_uut_file(cell_, QString::fromLatin1(table)))
             return false;
     window_ = std::make_unique<MainWindow>();
+    the_main_window = window_.get();
     environment_confirmed = true;
     env_settings->env_vars_used = 0;
     const char *reference[] = {"Fluke", "754", "SN-REF-1", "EQ-77", "12/31/2027", "TC plug"};
