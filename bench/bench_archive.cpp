@@ -4,6 +4,7 @@
 //
 // Usage: bench_archive [folder]   (default: a new folder under /tmp, removed
 // afterwards)
+#include "archivetext.h"
 #include <orvane/tables.h>
 
 #include <unistd.h>
@@ -24,19 +25,7 @@ constexpr int kRuns = 31;
 // line of quoted fields with five points.
 std::string record(long time)
 {
-    std::string text =
-        "# The following comment lines describes the data in\n# the section below\n"
-        "# current_time_t time_date cal_mode tol_state tbl_name\n# tbl_type tbl_tol tol_units\n"
-        "# user_comment\n# no_adjust_bias[tol_units]  no_adjust_tol[tol_units]\n"
-        "# oot_bias[tol_units] oot_tol[tol_units]\n# soot_bias[tol_units] soot_tol[tol_units]\n"
-        "# y_intercept_bias[tol_units] y_intercept_tol[tol_units]\n"
-        "# linearity_bias[tol_units] linearity_tol[tol_units]\n"
-        "# hysteresis.bias[tol_units] hysteresis_tolerance[tol_units]\n"
-        "# sensor_model sensor_sn sensor_range_units\n"
-        "# sensor_range_lower_limit[sensor_range_units] "
-        "sensor_range_upper_limit[sensor_range_units]\n"
-        "# min_range[tbl_units] max_range[tbl_units]\n# technician cal_method x_units tbl_units\n"
-        "# polynomial coefficents\n# mua_instance_name  tbl_desc\n";
+    std::string text = std::string(kArchiveRecordStart) + kArchiveFieldNames + kArchiveCoefficientNames;
     char line[256];
     for (int i = 0; i < 5; ++i) {
         std::snprintf(line, sizeof line,

@@ -9,8 +9,12 @@
 
 #include "ui_mainwindow.h"
 
+#include "environment_settings.h"
+#include "report.h"
+
 #include <orvane/cell.h>
 #include <orvane/shm.h>
+#include <orvane/vars.h>
 
 #include <QPushButton>
 #include <QtTest>
@@ -55,6 +59,7 @@ private slots:
     void verdictAtBandBoundaries();
     void oneRedRowMakesTheChannelRed();
     void recordButtonLightsWhenAllCaptured();
+    void environmentAveragedWithThePoint();
 };
 
 void TestCapture::averageMatchesPublishedValues()
@@ -268,6 +273,61 @@ void TestCapture::recordButtonLightsWhenAllCaptured()
     QVERIFY(record->isEnabled());
     QCOMPARE(record->styleSheet(), QStringLiteral("background-color: rgb(126,232,255)"));
     QCOMPARE(captured_count, int(num_points));
+}
+
+void TestCapture::environmentAveragedWithThePoint()
+{
+    Station station;
+    QVERIFY(station.open());
+    QVERIFY(station.select(0));
+    QVERIFY(station.cell().command({"freeze"}));
+    auto *variables = static_cast<orv_variable_segment *>(orvane_segment_attach_rw(ORV_SEG_VARIABLES, nullptr));
+    QVERIFY(variables);
+    auto value_of = [variables](const char *name) -> double & {
+        for (int i = 0; i < variables->count; ++i)
+            if (qstrcmp(variables->variables[i].name, name) == 0)
+                return variables->variables[i].value;
+        qFatal("no host variable %s", name);
+    };
+    QVERIFY(resolve_host_variable("instr_t", &room_temp_var));
+    QVERIFY(resolve_host_variable("barometer", &barometer_var));
+    QVERIFY(resolve_host_variable("instr_rel_hum", &humidity_var));
+    env_settings->env_vars_used = 1;
+
+    // What the cell publishes during the average: the means are 21.5 C,
+    // 99 KPA and 40 PCT.
+    averaging_count = 2;
+    capture_button(station.row(1))->click();
+    const double temperatures[] = {21.0, 22.0}, pressures[] = {98.5, 99.5}, humidities[] = {38.0, 42.0};
+    for (int tick = 0; tick < 2; ++tick) {
+        value_of("instr_t") = temperatures[tick];
+        value_of("barometer") = pressures[tick];
+        value_of("instr_rel_hum") = humidities[tick];
+        station.worker()->dealWithStatValuesAveraging();
+    }
+    station.worker()->dealWithStatValuesAveraging();
+    QCOMPARE(cfg->env[1].temperature, 21.5);
+    QCOMPARE(cfg->env[1].pressure, 99.0);
+    QCOMPARE(cfg->env[1].humidity, 40.0);
+
+    build_site_table(); // as the environment form does before it reads the settings
+    load_environment_settings(); // a first start writes the settings file with the sites
+    num_points = 2;
+    write_calibration_report(CAL_VERIFICATION);
+    const QDir reports(station.cell().path("/cell/tables/verifications"));
+    const QStringList files = reports.entryList({"oil_temp_in_AL_*.csv"});
+    QCOMPARE(files.size(), 1);
+    QFile report(reports.filePath(files.first()));
+    QVERIFY(report.open(QIODevice::ReadOnly));
+    const QByteArray text = report.readAll();
+    QVERIFY2(text.contains("\nWs1_Hum_Rel,PCT,") && text.contains(",40.000000\n"), text.constData());
+    QVERIFY(text.contains("\nWs1_P,KPA,"));
+    QVERIFY(text.contains("\nCellEnv_T,C,"));
+    QVERIFY(text.contains(",21.500000\n"));
+    // The site's address from the settings file: the cell's site is NRTC.
+    QVERIFY(text.contains("Site_Loc,-,NRTC,,,,\n"));
+    QVERIFY(text.contains("Address,-,\"") && !text.contains("Address Unknown"));
+    env_settings->env_vars_used = 0;
 }
 
 QTEST_MAIN(TestCapture)

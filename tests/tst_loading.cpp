@@ -1,4 +1,6 @@
 // Loading a channel's table pair into the calibration record.
+#include "localeguard.h"
+#include "archivetext.h"
 #include "dialoganswerer.h"
 #include "functions.h"
 #include "simcell.h"
@@ -104,19 +106,7 @@ QByteArray archive_record(const char *type, const char *coefficients, const Poin
                           const char *description = "ARCHIVED DESC",
                           const char *mua = "archive mua")
 {
-    QByteArray text =
-        "# The following comment lines describes the data in\n# the section below\n"
-        "# current_time_t time_date cal_mode tol_state tbl_name\n# tbl_type tbl_tol tol_units\n"
-        "# user_comment\n# no_adjust_bias[tol_units]  no_adjust_tol[tol_units]\n"
-        "# oot_bias[tol_units] oot_tol[tol_units]\n# soot_bias[tol_units] soot_tol[tol_units]\n"
-        "# y_intercept_bias[tol_units] y_intercept_tol[tol_units]\n"
-        "# linearity_bias[tol_units] linearity_tol[tol_units]\n"
-        "# hysteresis.bias[tol_units] hysteresis_tolerance[tol_units]\n"
-        "# sensor_model sensor_sn sensor_range_units\n"
-        "# sensor_range_lower_limit[sensor_range_units] "
-        "sensor_range_upper_limit[sensor_range_units]\n"
-        "# min_range[tbl_units] max_range[tbl_units]\n# technician cal_method x_units tbl_units\n"
-        "# polynomial coefficents\n# mua_instance_name  tbl_desc\n";
+    QByteArray text = QByteArray(kArchiveRecordStart) + kArchiveFieldNames + kArchiveCoefficientNames;
     for (int i = 0; i < points.size(); ++i)
         text += QString::asprintf("# channel->table_info.dim.table_poly[0].raw_data.x[%d] "
                                   "channel->table_info.dim.table_poly[0].raw_data.y[%d]\n",
@@ -178,15 +168,6 @@ bool near(double actual, double expected)
     return std::fabs(actual - expected) <= 1e-7 * std::max(1.0, std::fabs(expected));
 }
 
-class LocaleGuard
-{
-  public:
-    LocaleGuard() : saved_(std::setlocale(LC_ALL, nullptr)) {}
-    ~LocaleGuard() { std::setlocale(LC_ALL, saved_.c_str()); }
-
-  private:
-    std::string saved_;
-};
 
 } // namespace
 

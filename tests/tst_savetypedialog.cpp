@@ -445,7 +445,10 @@ void TestSaveTypeDialog::duplicateAsFoundWaitsForADescription()
     QVERIFY(!notice_flags.testFlag(Qt::WindowCloseButtonHint));
     QVERIFY(dialog.isVisible());
     QCOMPARE(dialog.focusWidget(), field);
-    QTRY_VERIFY(field->hasFocus());
+    // Typing goes there once the dialog is the active window again.
+    dialog.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    QVERIFY(field->hasFocus());
     QCOMPARE(int(cfg->table_info.cal_mode), 0);
     QVERIFY(station.window().form()->txtAsFound->text().isEmpty());
 

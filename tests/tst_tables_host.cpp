@@ -1,5 +1,6 @@
 // Table library of the host stand-in: table files, history archives and
 // the numerics on tables.
+#include "archivetext.h"
 #include <orvane/log.h>
 #include <orvane/tables.h>
 
@@ -65,18 +66,7 @@ struct Record {
         QByteArray s = QByteArray(kMarker) + "\n# the section below\n";
         if (!version.isEmpty())
             s += "# ORVANE VERSION\n";
-        s +=
-            "# current_time_t time_date cal_mode tol_state tbl_name\n# tbl_type tbl_tol tol_units\n"
-            "# user_comment\n# no_adjust_bias[tol_units]  no_adjust_tol[tol_units]\n"
-            "# oot_bias[tol_units] oot_tol[tol_units]\n# soot_bias[tol_units] soot_tol[tol_units]\n"
-            "# y_intercept_bias[tol_units] y_intercept_tol[tol_units]\n"
-            "# linearity_bias[tol_units] linearity_tol[tol_units]\n"
-            "# hysteresis.bias[tol_units] hysteresis_tolerance[tol_units]\n"
-            "# sensor_model sensor_sn sensor_range_units\n"
-            "# sensor_range_lower_limit[sensor_range_units] "
-            "sensor_range_upper_limit[sensor_range_units]\n"
-            "# min_range[tbl_units] max_range[tbl_units]\n# technician cal_method x_units "
-            "tbl_units\n";
+        s += kArchiveFieldNames;
         s += sibling.isEmpty() ? "# polynomial coefficents\n"
                                : "# POLYNOMIAL_RANGE\n# poly_range_filename\n";
         s += "# mua_instance_name  tbl_desc\n";

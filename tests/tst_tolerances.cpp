@@ -1,5 +1,6 @@
 // Tolerance resolution, the within-tolerance test, curve padding and the
 // axis autoscale.
+#include "localeguard.h"
 #include "dialoganswerer.h"
 #include "messageboxes.h"
 #include "vrel_callbacks.h"
@@ -34,16 +35,6 @@ bool near(double actual, double expected)
     return std::fabs(actual - expected) <= 1e-9 * std::max(1.0, std::fabs(expected));
 }
 
-// Restores the process locale however a test ends.
-class LocaleGuard
-{
-  public:
-    LocaleGuard() : saved_(std::setlocale(LC_ALL, nullptr)) {}
-    ~LocaleGuard() { std::setlocale(LC_ALL, saved_.c_str()); }
-
-  private:
-    std::string saved_;
-};
 
 // Notes the look of every modal message box while it is up; the answerer
 // does the clicking.

@@ -1,4 +1,5 @@
 // Unit table and conversions of the host stand-in.
+#include "localeguard.h"
 #include <orvane/units.h>
 
 #include <QByteArray>
@@ -32,15 +33,6 @@ const orv_unit_record *record_of(const char *name)
 }
 
 /* Restores the process locale however a test ends. */
-class LocaleGuard
-{
-  public:
-    LocaleGuard() : saved_(std::setlocale(LC_ALL, nullptr)) {}
-    ~LocaleGuard() { std::setlocale(LC_ALL, saved_.c_str()); }
-
-  private:
-    std::string saved_;
-};
 
 } // namespace
 

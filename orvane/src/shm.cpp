@@ -30,21 +30,31 @@ struct Mapping {
 std::mutex mappings_lock;
 std::map<int, Mapping> read_only_mappings;
 
+// Opens the segment `id` and reads its size; -1 when it does not exist or
+// is empty.
+int open_segment(int id, int flags, struct stat &st)
+{
+    char name[128];
+    orvane_segment_name(id, name, sizeof name);
+    int fd = shm_open(name, flags, 0);
+    if (fd < 0)
+        return -1;
+    if (fstat(fd, &st) != 0 || st.st_size <= 0) {
+        close(fd);
+        return -1;
+    }
+    return fd;
+}
+
 // Maps the segment `id` read-only, reusing the last mapping while the
 // object is the same one: pointers handed out earlier stay valid, and a
 // segment the host replaced (a rebuild) is mapped anew.
 void *map_read_only(int id)
 {
-    char name[128];
-    orvane_segment_name(id, name, sizeof name);
-    int fd = shm_open(name, O_RDONLY, 0);
+    struct stat st {};
+    int fd = open_segment(id, O_RDONLY, st);
     if (fd < 0)
         return nullptr;
-    struct stat st {};
-    if (fstat(fd, &st) != 0 || st.st_size <= 0) {
-        close(fd);
-        return nullptr;
-    }
     std::lock_guard<std::mutex> guard(mappings_lock);
     auto found = read_only_mappings.find(id);
     if (found != read_only_mappings.end() && found->second.device == st.st_dev &&
@@ -102,16 +112,10 @@ extern "C" void *orvane_segment_create(int id, size_t size)
 
 extern "C" void *orvane_segment_attach_rw(int id, size_t *size)
 {
-    char name[128];
-    orvane_segment_name(id, name, sizeof name);
-    int fd = shm_open(name, O_RDWR, 0);
+    struct stat st {};
+    int fd = open_segment(id, O_RDWR, st);
     if (fd < 0)
         return nullptr;
-    struct stat st {};
-    if (fstat(fd, &st) != 0 || st.st_size <= 0) {
-        close(fd);
-        return nullptr;
-    }
     void *address = mmap(nullptr, static_cast<size_t>(st.st_size), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     close(fd);
     if (address == MAP_FAILED)

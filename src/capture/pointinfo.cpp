@@ -174,7 +174,7 @@ void PointInfo::finishCapture()
         main_window_->classifyPoint(index_, ui->txtCurrentValue, class_band);
         band = class_band;
         main_window_->showCalibrationControls(cfg);
-        greyFlowButtons();
+        main_window_->greyFlowButtons();
         main_window_->updateCoefficientLabels(cfg);
         main_window_->drawCapturedCurve(cfg);
         return;
@@ -194,15 +194,21 @@ void PointInfo::finishCapture()
         was_new = 1;
     }
     compute_long_table(&cfg->table_info, &cfg->long_table);
+    restoreSaved(was_new ? QStringLiteral("Capture New") : QStringLiteral("Capture"));
+    main_window_->greyFlowButtons();
+    main_window_->updateCoefficientLabels(cfg);
+}
+
+void PointInfo::restoreSaved(const QString &face)
+{
     cfg->table_info.point_flags[index_] = static_cast<uint16_t>(saved_point_flag);
     point_flag = saved_point_flag;
     setFieldStyle(saved_field_style);
+    // The row keeps its band: reduceTolState still counts it.
     cfg->table_info.tol_state = static_cast<uint16_t>(saved_band);
     --captured_count;
     main_window_->updateRecordButton();
-    setCaptureFace(was_new ? QStringLiteral("Capture New") : QStringLiteral("Capture"));
-    greyFlowButtons();
-    main_window_->updateCoefficientLabels(cfg);
+    setCaptureFace(face);
 }
 
 void PointInfo::undo()
@@ -229,23 +235,9 @@ void PointInfo::undo()
         }
         --cfg->new_long_table.count;
         main_window_->refitCapturedPoints(cfg);
-        cfg->table_info.point_flags[index_] = static_cast<uint16_t>(saved_point_flag);
-        point_flag = saved_point_flag;
-        setFieldStyle(saved_field_style);
-        // The row keeps its band: reduceTolState still counts it.
-        cfg->table_info.tol_state = static_cast<uint16_t>(saved_band);
-        --captured_count;
-        main_window_->updateRecordButton();
-        setCaptureFace(face);
+        restoreSaved(face);
     }
-    greyFlowButtons();
+    main_window_->greyFlowButtons();
     main_window_->updateCoefficientLabels(cfg);
     main_window_->drawCapturedCurve(cfg);
-}
-
-void PointInfo::greyFlowButtons()
-{
-    const QString grey = QString::fromLatin1(kFaceGrey);
-    main_window_->form()->btnAdjustCalibration->setStyleSheet(grey);
-    main_window_->form()->btnReuseCalibration->setStyleSheet(grey);
 }

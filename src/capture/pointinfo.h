@@ -64,7 +64,8 @@ private slots:
 private:
     void capture();
     void undo();
-    void greyFlowButtons();
+    // Flag, field style and band state as they were before this capture.
+    void restoreSaved(const QString &face);
 
     MainWindow *main_window_;
     int index_;

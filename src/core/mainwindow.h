@@ -95,6 +95,10 @@ public:
     void setPolyRangeItemEnabled(bool enabled);
     void resetForRange();
 
+    // Both finishing buttons take the grey face: a new capture or a record
+    // leaves no recommendation standing.
+    void greyFlowButtons();
+
     // The two recording flows, started by the record type dialog.
     void recordAsFound();
     void recordVerification();
@@ -144,7 +148,6 @@ private:
     void takeFormTexts();
     void restNextStep();
     void stampDate(QLineEdit *field);
-    void greyFlowButtons();
     bool confirmFinish(const FlowQuestion &question, QLineEdit *date_field);
     void changeNumberOfPoints(int count);
     void refitAndRedraw();

@@ -89,9 +89,11 @@ QByteArray site_address()
 {
     QSettings settings(host_path("/cell/vrel_util_specs.ini"), QSettings::IniFormat);
     settings.beginGroup(QString::fromLatin1(site_name()));
-    return settings.value(QStringLiteral("address"), QStringLiteral("Address Unknown"))
-        .toString()
-        .toLatin1();
+    const QVariant address = settings.value(QStringLiteral("address"), QStringLiteral("Address Unknown"));
+    // An address edited by hand without quotes comes back split at its commas.
+    if (address.type() == QVariant::StringList)
+        return address.toStringList().join(QStringLiteral(", ")).toLatin1();
+    return address.toString().toLatin1();
 }
 
 void write_header(FILE *file, const VREL_CFG &record, uint16_t action, const char *channel)
