@@ -386,6 +386,16 @@ void TestPlot::capturedCurve()
         QVERIFY2(samples_are_polynomial(poly, cfg->new_table_poly[0], table.x[0], table.x[table.count - 1]),
                  "the captured fit over the captured span");
     }
+
+    // Once the captures no longer count (a record, a units change), the
+    // captured curves go, though the candidate still holds the points.
+    captured_count = 0;
+    station.window().drawCapturedCurve(cfg);
+    QCOMPARE(int(cfg->new_long_table.count), captures);
+    QVERIFY(!attached_curve(plot, QStringLiteral("Captured")));
+    QVERIFY(!attached_curve(plot, QStringLiteral("Captured Poly Curve")));
+    QVERIFY(!legend_entries(plot).contains(QStringLiteral("Captured")));
+    QVERIFY(!legend_entries(plot).contains(QStringLiteral("Captured Poly Curve")));
 }
 
 void TestPlot::flatInputDrawsNothing()

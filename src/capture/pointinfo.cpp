@@ -1,5 +1,6 @@
 #include "pointinfo.h"
 
+#include "inputdevice.h"
 #include "mainwindow.h"
 #include "undodialog.h"
 #include "vrel_cfg.h"
@@ -10,6 +11,7 @@
 #include "ui_pointinfo.h"
 
 #include <QDoubleValidator>
+#include <QEvent>
 
 const char kFaceBlue[] = "background-color: rgb(126,232,255)";
 const char kFaceGrey[] = "background-color: rgb(238, 238,238)";
@@ -113,10 +115,14 @@ QString four_decimals(double value)
 
 bool PointInfo::eventFilter(QObject *object, QEvent *event)
 {
-    Q_UNUSED(object);
-    Q_UNUSED(event);
-    // On a touch station a double click here asks the on-screen input
-    // device for a panel; without one there is nothing to do.
+    // On a touch station a double click on the value asks the input device
+    // for its panel directly: the row lies too deep for the
+    // application-wide route.
+    if (touch_screen && input_device && object == ui->txtCurrentValue &&
+        event->type() == QEvent::MouseButtonDblClick) {
+        QEvent request(QEvent::RequestSoftwareInputPanel);
+        input_device->open_panel_for(object, &request);
+    }
     return false;
 }
 

@@ -1,6 +1,7 @@
 #include "mainwindow.h"
 
 #include "functions.h"
+#include "inputdevice.h"
 #include "messageboxes.h"
 #include "monitorthread.h"
 #include "pointinfo.h"
@@ -53,6 +54,14 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(new Ui::MainWi
 
     input_device = nullptr;
     if (touch_screen) {
+        // The device lives as long as this window.
+        InputDevice *device = new InputDevice(objectName());
+        input_device = device;
+        connect(this, &QObject::destroyed, [device] {
+            if (input_device == device)
+                input_device = nullptr;
+            delete device;
+        });
         for (QWidget *field : touchFields()) {
             field->setProperty("keyboard", true);
             field->installEventFilter(this);
@@ -169,10 +178,16 @@ QList<QWidget *> MainWindow::touchFields() const
 
 bool MainWindow::eventFilter(QObject *object, QEvent *event)
 {
-    Q_UNUSED(object);
-    Q_UNUSED(event);
-    // A double click on a keyboard field of a touch station asks the
-    // on-screen input device for a panel; without one there is nothing to do.
+    if (!touch_screen)
+        return false;
+    // A double click on a keyboard field asks the input device for its
+    // panel.  The request goes straight to the device: the application-wide
+    // route would miss txtNumPoints, which lies only two levels down.
+    if (event->type() == QEvent::MouseButtonDblClick && input_device &&
+        touchFields().contains(qobject_cast<QWidget *>(object))) {
+        QEvent request(QEvent::RequestSoftwareInputPanel);
+        input_device->open_panel_for(object, &request);
+    }
     return false;
 }
 

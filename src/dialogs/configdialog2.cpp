@@ -1,5 +1,6 @@
 #include "configdialog2.h"
 
+#include "inputdevice.h"
 #include "messageboxes.h"
 #include "sensor_range.h"
 #include "tablevalueunitsdialog.h"
@@ -274,9 +275,10 @@ bool ConfigDialog2::eventFilter(QObject *object, QEvent *event)
 
 void ConfigDialog2::request_input_panel(QObject *widget)
 {
-    Q_UNUSED(widget);
-    // No station has an input device yet (input_device stays null), so there is no panel to ask
-    // for.
+    if (!input_device)
+        return;
+    QEvent request(QEvent::RequestSoftwareInputPanel);
+    input_device->open_panel_for(widget, &request);
 }
 
 void ConfigDialog2::changeEvent(QEvent *event)

@@ -1,5 +1,6 @@
 #include "savetypedialog.h"
 
+#include "inputdevice.h"
 #include "mainwindow.h"
 #include "messageboxes.h"
 #include "vrel_cfg.h"
@@ -64,8 +65,10 @@ bool SaveTypeDialog::as_found_selected() const
 
 bool SaveTypeDialog::eventFilter(QObject *object, QEvent *event)
 {
-    if (touch_screen && object == ui->txtComment && event->type() == QEvent::MouseButtonDblClick) {
-        // The on-screen keyboard is asked for here once the station has an input device.
+    if (touch_screen && input_device && object == ui->txtComment &&
+        event->type() == QEvent::MouseButtonDblClick) {
+        QEvent request(QEvent::RequestSoftwareInputPanel);
+        input_device->open_panel_for(object, &request);
     }
     return false;
 }
