@@ -10,10 +10,23 @@
 
 VREL_PACKAGES=(cmake g++ make qtbase5-dev libqwt-qt5-dev libgsl-dev xvfb xauth locales-all)
 
+# Only scripts/fuzz-smoke needs these: the fuzz targets are built with clang,
+# and libFuzzer's runtime (libclang_rt.fuzzer) comes with Debian's
+# libclang-rt-14-dev, not with the compiler package.
+VREL_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
+
 ensure_packages() {
+    install_missing "${VREL_PACKAGES[@]}"
+}
+
+ensure_fuzz_packages() {
+    install_missing "${VREL_FUZZ_PACKAGES[@]}"
+}
+
+install_missing() {
     local missing=()
     local package
-    for package in "${VREL_PACKAGES[@]}"; do
+    for package in "$@"; do
         dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
     done
     [ ${#missing[@]} -eq 0 ] && return 0

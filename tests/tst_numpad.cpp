@@ -80,6 +80,7 @@ public:
 class TestNumpad : public QObject {
     Q_OBJECT
 private slots:
+    void initTestCase();
     void cleanup();
 
     void form();
@@ -96,6 +97,12 @@ private slots:
     void escapeSendsNothing();
     void leavesActivationAlone();
 };
+
+void TestNumpad::initTestCase()
+{
+    // The spies below record the panel's signal.
+    qRegisterMetaType<QVariant *>("QVariant*");
+}
 
 void TestNumpad::cleanup()
 {

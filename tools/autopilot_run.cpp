@@ -4,6 +4,7 @@
 
 #include "functions.h"
 #include "mainwindow.h"
+#include "monitorthread.h"
 #include "pointinfo.h"
 #include "startup.h"
 #include "vrel_cfg.h"
@@ -278,6 +279,19 @@ void Autopilot::shoot(const QString &name)
 {
     if (!shots_.active() || !window_)
         return;
+    // The plot follows the record at the live monitor's heartbeat: two
+    // beats after a change the picture shows what the technician sees.
+    monitorThread *monitor = window_->monitor();
+    if (monitor && monitor->isRunning()) {
+        int beats = 0;
+        const QMetaObject::Connection beat =
+            connect(monitor, &monitorThread::plotInfo, this, [&beats](VREL_CFG *) { ++beats; });
+        waitUntil([&beats] { return beats >= 2; }, 2000);
+        disconnect(beat);
+        // The draw posts layout requests (the legend); carry them out.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        QCoreApplication::processEvents();
+    }
     if (shots_.save(window_.get(), name).isEmpty())
         err_ << "vrel_autopilot: warning: the screenshot " << name << " could not be saved in "
              << shots_.folder() << "\n";
@@ -341,15 +355,14 @@ bool Autopilot::checkCell()
                         .arg(options_.channel));
     if (join_layer(3) == 5000)
         return fail(QStringLiteral("the host refused the utility's task ('orvane-sim refuse off' lets it in)"));
-    // The record keeps each file path in 100 bytes: a deeper root would cut them.
+    // The record keeps each of the channel's file paths in 100 bytes: a
+    // deeper root would have the utility write to cut paths.
     const auto *transfer = static_cast<const orv_ai_transfer *>(get_shrd_mem(ORV_SEG_AI_TRANSFER, 0));
     if (!transfer)
-        return fail(QStringLiteral("the cell has no table names (AI_TRANSFER) yet"));
-    const QString deepest = host_path("/cell/tables/verifications/") +
-                            QString::fromLatin1(transfer[options_.channel].table_name,
-                                               int(qstrnlen(transfer[options_.channel].table_name,
-                                                            sizeof transfer->table_name))) +
-                            QStringLiteral("_AFAL_00000000000000.csv");
+        return fail(QStringLiteral("the cell publishes no table names (AI_TRANSFER)"));
+    const char *table = transfer[options_.channel].table_name;
+    const QString name = QString::fromLatin1(table, int(qstrnlen(table, sizeof transfer->table_name)));
+    const QString deepest = host_path("/cell/tables/uut_ref_data/") + name + QStringLiteral(".uut");
     if (deepest.toLocal8Bit().size() >= 100)
         return fail(QStringLiteral("ORVANE_ROOT is too deep for the utility's 100-byte file paths (%1); "
                                    "use a shorter folder")

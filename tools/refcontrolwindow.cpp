@@ -14,9 +14,11 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include <cerrno>
 #include <cmath>
-#include <csignal>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -27,9 +29,18 @@ QString fixed_text(const char *text, size_t size)
     return QString::fromLatin1(text, int(qstrnlen(text, size))).trimmed();
 }
 
-bool process_alive(int pid)
+// The cell removes its control block's name last on the way out, and a
+// vanishing host removes it at once: while the name is there the cell runs.
+// (Its pid proves nothing: a stopped cell may linger as a zombie.)
+bool cell_present()
 {
-    return pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM);
+    char name[128];
+    orvane_segment_name(ORV_SEG_CONTROL, name, sizeof name);
+    const int fd = ::shm_open(name, O_RDONLY, 0);
+    if (fd < 0)
+        return false;
+    ::close(fd);
+    return true;
 }
 
 } // namespace
@@ -148,7 +159,7 @@ void RefControlWindow::showMessage(const QString &text, bool trouble)
 bool RefControlWindow::connectToCell()
 {
     auto *control = static_cast<orv_control *>(orvane_segment_attach_rw(ORV_SEG_CONTROL, nullptr));
-    if (!control || control->magic != ORV_CONTROL_MAGIC || !control->ready || !process_alive(control->pid)) {
+    if (!control || control->magic != ORV_CONTROL_MAGIC || !control->ready) {
         showCell(QStringLiteral("No simulated cell is running for ORVANE_CELL=%1 under ORVANE_ROOT=%2.\n"
                                   "Start one with 'orvane-sim start'; this window connects when it is up.")
                        .arg(QString::fromLocal8Bit(orvane_cell_instance()), qEnvironmentVariable("ORVANE_ROOT")),
@@ -217,6 +228,7 @@ bool RefControlWindow::applyRow(int row)
         return false;
     }
     apply_reference_value(control_, channel.number, value);
+    valueField(row)->setModified(false);
     showMessage(QStringLiteral("Channel %1 %2: %3 %4 applied.")
                    .arg(channel.number)
                    .arg(channel.name)
@@ -230,7 +242,7 @@ void RefControlWindow::refresh()
 {
     if (!control_ && !connectToCell())
         return;
-    if (!process_alive(control_->pid)) {
+    if (!cell_present()) {
         disconnectFromCell(QStringLiteral("The simulated cell has stopped.  Start it again with "
                                           "'orvane-sim start'; this window connects when it is up."));
         return;
@@ -241,9 +253,14 @@ void RefControlWindow::refresh()
                  .arg(static_cast<qlonglong>(__atomic_load_n(&control_->ticks, __ATOMIC_RELAXED)))
                  .arg(channels_.size()),
              false);
-    if (!millivolts_)
-        return;
-    for (int row = 0; row < channels_.size(); ++row)
-        if (QLabel *live = millivoltsLabel(row))
-            live->setText(QString::asprintf("%12.5f", orvsim::load_live(&millivolts_[channels_[row].number].value)));
+    for (int row = 0; row < channels_.size(); ++row) {
+        const int channel = channels_[row].number;
+        // A value applied from elsewhere (orvane-sim apply, a test) shows
+        // in the field, unless the technician is typing there.
+        QLineEdit *field = valueField(row);
+        if (field && !field->hasFocus() && !field->isModified())
+            field->setText(QString::number(orvsim::load_live(&control_->applied[channel]), 'g', 10));
+        if (QLabel *live = millivoltsLabel(row); live && millivolts_)
+            live->setText(QString::asprintf("%12.5f", orvsim::load_live(&millivolts_[channel].value)));
+    }
 }

@@ -3,13 +3,21 @@
 #include "clock.h"
 #include "functions.h"
 #include "table_writer.h"
+#include "vrel_util.h"
 #include "writer_support.h"
 
+#include <orvane/log.h>
 #include <orvane/shm.h>
 #include <orvane/strings.h>
 #include <orvane/tables.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
@@ -320,10 +328,40 @@ void write_poly_range_file(const char *path, TableInfo &table)
 }
 
 // The sibling's name as the record gives it, a host path like every
-// "/cell/..." path, which readers take under the host's root.
+// "/cell/..." path, which readers take under the host's root.  The table
+// name enters it as it enters the channel's other paths, so that no name
+// leads out of the tables folder.
 void sibling_name(const char *tbl_name, long time, char *out, size_t size)
 {
-    std::snprintf(out, size, "/cell/tables/%s-%ld.poly_range", tbl_name, time);
+    char stem[sizeof(TableInfo::tbl_name)];
+    table_file_stem(tbl_name, stem, sizeof stem);
+    std::snprintf(out, size, "/cell/tables/%s-%ld.poly_range", stem, time);
+}
+
+// Appends a record to the archive in one write, so that a process killed
+// or a disk filled part way through leaves no half record behind: a write
+// that fails part way is taken back.  An archive whose end is not a line
+// end lost the tail of a record some other way (an older writer, a crash
+// of the machine); the record then starts on a line of its own, so that
+// the reader still finds it and only the damaged one is lost.
+void append_whole_record(int fd, const char *text, size_t length)
+{
+    struct stat st {};
+    if (fstat(fd, &st) != 0)
+        return;
+    std::string record;
+    char last = '\n';
+    if (st.st_size > 0 && pread(fd, &last, 1, st.st_size - 1) == 1 && last != '\n')
+        record += '\n';
+    record.append(text, length);
+    ssize_t written;
+    do
+        written = write(fd, record.data(), record.size());
+    while (written < 0 && errno == EINTR);
+    if (written >= 0 && static_cast<size_t>(written) != record.size()) {
+        const int ignored = ftruncate(fd, st.st_size);
+        (void)ignored;
+    }
 }
 
 // Appends the outgoing table file to the archive of old tables, byte for
@@ -385,6 +423,24 @@ void clear_change_flags(VREL_CFG *record)
     record->unrecorded_changes = 0;
 }
 
+// A name too long for the path fields is cut with them, and the cut can
+// make the .tbl, the archive and the .old one file.  Then the table is
+// neither appended to itself (which would never end) nor written over the
+// archive: it is left as it is, and the log says why.
+bool table_files_distinct(VREL_CFG *record)
+{
+    const char *tbl = ended(record->tbl_file);
+    const char *save = ended(record->save_file);
+    const char *old = ended(record->old_file);
+    if (std::strcmp(tbl, save) != 0 && std::strcmp(tbl, old) != 0 && std::strcmp(save, old) != 0)
+        return true;
+    log_error("history", __LINE__, 1, 0,
+              "%s: the table's file names coincide when cut to their fields; the table file is "
+              "not rewritten",
+              tbl);
+    return false;
+}
+
 void adopt_new_table(VREL_CFG *record)
 {
     std::memcpy(record->table_info.dim.table_poly, record->new_table_poly,
@@ -404,15 +460,19 @@ int append_history_record(const char *path, VREL_CFG *record, uint16_t cal_mode)
     copyn("history", __LINE__, table.tol_units, "PCT", sizeof table.tol_units);
     words.tol_state = tol_state_word(table.tol_state, &table.tbl_tol);
 
-    FILE *file = std::fopen(path, "a");
-    if (!file)
+    // As fopen's "a": made when missing, every write at the end; opened
+    // for reading too, to see how the archive ends.
+    int archive = open(path, O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+    if (archive < 0 && errno == EACCES)
+        archive = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+    if (archive < 0)
         return 0;
     stamp(words);
     sanitise_texts(table);
     copyn("history", __LINE__, table.tol_units, "PCT", sizeof table.tol_units);
     if (static_cast<uint16_t>(table.tbl_type) > TBL_POLYNOMIAL_RANGE) {
-        // Nothing has been written; the stream is closed rather than left open.
-        std::fclose(file);
+        // Nothing has been written; the archive is closed rather than left open.
+        close(archive);
         return -1;
     }
     words.tbl_type = index_to_stringN(table.tbl_type, kTypeWordList);
@@ -420,10 +480,18 @@ int append_history_record(const char *path, VREL_CFG *record, uint16_t cal_mode)
     char sibling[256];
     sibling_name(table.tbl_name, words.time, sibling, sizeof sibling);
     const char *version = host_version();
-    write_comment_block(file, record, cal_mode, version);
-    write_data_line(file, record, cal_mode, words, sibling);
-    std::fprintf(file, "\n\n");
-    std::fclose(file);
+    // The whole record is composed first, then appended at once.
+    char *text = nullptr;
+    size_t length = 0;
+    if (FILE *file = open_memstream(&text, &length)) {
+        write_comment_block(file, record, cal_mode, version);
+        write_data_line(file, record, cal_mode, words, sibling);
+        std::fprintf(file, "\n\n");
+        if (std::fclose(file) == 0)
+            append_whole_record(archive, text, length);
+    }
+    std::free(text);
+    close(archive);
     put_rcs_specs(path);
 
     if (table.tbl_type == TBL_POLYNOMIAL_RANGE) {
@@ -442,7 +510,8 @@ int save_calibration(VREL_CFG *record, uint16_t cal_mode)
         record->table_info.cal_mode = cal_mode;
         if (cal_mode == CAL_ADJUSTED)
             adopt_new_table(record);
-        if (cal_mode == CAL_ADJUSTED || cal_mode == CAL_CORRELATION_CHANGE) {
+        if ((cal_mode == CAL_ADJUSTED || cal_mode == CAL_CORRELATION_CHANGE) &&
+            table_files_distinct(record)) {
             // The outgoing table is kept before the new one replaces it.
             append_file(ended(record->tbl_file), ended(record->old_file));
             write_table_file(record->tbl_file, record);

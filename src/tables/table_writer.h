@@ -18,9 +18,11 @@ extern char *poly_range_notes;
 //
 // Writes back into the record: last_cal becomes now and cal_interval 26
 // weeks when 0; an empty user_comment becomes "none"; an empty
-// sensor_range_units takes tbl_units.  A path that cannot be opened is
-// skipped in silence and the previous file stands.  The file is
-// registered with put_rcs_specs once closed.
+// sensor_range_units takes tbl_units.  The new file is written beside the
+// old one and renamed over it once whole: a folder that refuses the file,
+// or a write that fails (a full disk), is skipped in silence and the
+// previous file stands as it was.  The file is registered with
+// put_rcs_specs once in place.
 void write_table_file(const char *path, VREL_CFG *record);
 
 // Copies at most the first 32 characters of source, every double quote

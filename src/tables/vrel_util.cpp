@@ -343,15 +343,27 @@ void build_table_paths(VREL_CFG *record)
         {record->uut_file, "/cell/tables/uut_ref_data/", ".uut"},
         {record->report_file, "/cell/tables/verifications/", ""},
     };
+    char stem[sizeof record->table_info.tbl_name];
+    table_file_stem(record->table_info.tbl_name, stem, sizeof stem);
     for (const auto &path : paths) {
         char absolute[160];
         snprintf_bounded(kModule, __LINE__, absolute, sizeof absolute, "%s%s%s", path.folder,
-                         record->table_info.tbl_name, path.extension);
+                         stem, path.extension);
         char rooted[PATH_MAX];
         host_path(absolute, rooted, sizeof rooted);
         // copyn logs when a long name does not fit the field.
         copyn(kModule, __LINE__, path.field, rooted, sizeof record->tbl_file);
     }
+}
+
+void table_file_stem(const char *name, char *out, size_t size)
+{
+    if (size == 0)
+        return;
+    size_t i = 0;
+    for (; name && name[i] != '\0' && i + 1 < size; ++i)
+        out[i] = name[i] == '/' ? '_' : name[i];
+    out[i] = '\0';
 }
 
 void reset_axis_scale(axis_scale *scale)

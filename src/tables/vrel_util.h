@@ -49,6 +49,11 @@ void reset_axis_scale(axis_scale *scale);
 // tbl_name; each is cut safely at its 100-byte field (and logged so).
 void build_table_paths(VREL_CFG *record);
 
+// The table name as it enters a file name: the name comes from the host's
+// memory, and a '/' in it would lead out of the tables folder, so each one
+// becomes '_'.  out (size bytes) is always ended.
+void table_file_stem(const char *name, char *out, size_t size);
+
 // Two-point interpolation from a SCALED table's factor (raw_data.x[0] of
 // range 0): a line through (0, 0) and (100, 100 * factor).
 void convert_scaled_table(TableInfo *table);

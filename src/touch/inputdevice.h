@@ -11,7 +11,10 @@
 //  - the application-wide filter, for the RequestSoftwareInputPanel and
 //    CloseSoftwareInputPanel events sent to a field; it admits only fields
 //    exactly three levels under the main window (a field in a frame of the
-//    central widget, or in a group box of a dialog on the main window);
+//    central widget, or in a group box of a dialog on the main window).
+//    Qt 5 itself hands these two events, when they are sent to a widget,
+//    to its own input method before any filter sees them, so this route
+//    is reached only by what calls the filter directly;
 //  - open_panel_for, called by the forms' own filters on a double click,
 //    for fields at any depth.
 #pragma once
@@ -43,7 +46,7 @@ enum class RequestRoute {
 // The application-wide route for `event_type` sent to `object`;
 // `window_name` is the object name of the main window.
 RequestRoute application_route(QObject *object, int event_type, const QString &window_name);
-// The direct route of the forms' filters: no property test on the way in,
+// The direct route of the forms' filters: the same tests of the field, but
 // no depth test, and nothing to close.
 RequestRoute direct_route(QObject *object, int event_type);
 
@@ -90,8 +93,8 @@ class InputDevice : public QWidget
   private:
     void open_panel(QObject *object);
 
-    Keyboard *keyboard;                // owned
-    Numpad *numpad;                    // owned
-    QPointer<QObject> focus_field;     // not owned; kept after a panel closes
+    Keyboard *keyboard;            // owned
+    Numpad *numpad;                // owned
+    QPointer<QObject> focus_field; // not owned; kept after a panel closes
     QString window_name;
 };

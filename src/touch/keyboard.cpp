@@ -45,8 +45,7 @@ QString key_insertion(const QString &label)
     return label == QLatin1String("&&") ? QStringLiteral("&") : label;
 }
 
-Keyboard::Keyboard()
-    : QWidget(nullptr, Qt::Tool | Qt::WindowStaysOnTopHint), ui(new Ui::Keyboard)
+Keyboard::Keyboard() : QWidget(nullptr, Qt::Tool | Qt::WindowStaysOnTopHint), ui(new Ui::Keyboard)
 {
     ui->setupUi(this);
     setWindowModality(Qt::WindowModal);

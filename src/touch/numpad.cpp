@@ -82,8 +82,9 @@ EntryVerdict judge_entry(const QValidator *validator, const QString &text)
         return EntryVerdict::Unjudged;
     QString judged = text; // validate() may rewrite its input
     int position = 0;
-    return validator->validate(judged, position) == QValidator::Acceptable ? EntryVerdict::Acceptable
-                                                                            : EntryVerdict::Refused;
+    return validator->validate(judged, position) == QValidator::Acceptable
+               ? EntryVerdict::Acceptable
+               : EntryVerdict::Refused;
 }
 
 QPalette refused_palette(QPalette palette)
@@ -115,9 +116,9 @@ void Numpad::wire_keys()
         const char *word;
         void (Numpad::*slot)();
     } functions[] = {
-        {"ok", &Numpad::enterClicked},         {"escape", &Numpad::escapeClicked},
-        {"clear", &Numpad::clearClicked},      {"backspace", &Numpad::backspaceClicked},
-        {"period", &Numpad::periodClicked},    {"pm", &Numpad::pmClicked},
+        {"ok", &Numpad::enterClicked},      {"escape", &Numpad::escapeClicked},
+        {"clear", &Numpad::clearClicked},   {"backspace", &Numpad::backspaceClicked},
+        {"period", &Numpad::periodClicked}, {"pm", &Numpad::pmClicked},
     };
     for (QObject *object : qAsConst(allButtons)) {
         auto *key = qobject_cast<QPushButton *>(object);
@@ -225,7 +226,8 @@ void Numpad::backspaceClicked()
 
 void Numpad::enterClicked()
 {
-    auto value = std::make_unique<QVariant>(pad_result(ui->edValue->text(), ui->btn_period->text()));
+    auto value =
+        std::make_unique<QVariant>(pad_result(ui->edValue->text(), ui->btn_period->text()));
     emit dataSet(value.get());
     close();
 }
