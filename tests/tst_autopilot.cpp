@@ -14,14 +14,17 @@
 #include <QVBoxLayout>
 #include <QtTest>
 
-namespace {
+namespace
+{
 
 // A form with a field and an OK button.  Its OK opens a notice first when
 // `notice` is set, and refuses to close while the field is empty when
 // `refuse_empty` is set.
-class Form : public QDialog {
-public:
-    Form(const QString &title, const QString &notice, bool refuse_empty) : notice_(notice), refuse_(refuse_empty)
+class Form : public QDialog
+{
+  public:
+    Form(const QString &title, const QString &notice, bool refuse_empty)
+        : notice_(notice), refuse_(refuse_empty)
     {
         setWindowTitle(title);
         field = new QLineEdit(this);
@@ -36,13 +39,13 @@ public:
     QString text_at_ok;
     int notice_result = -1;
 
-private:
+  private:
     void onOk()
     {
         text_at_ok = field->text();
         if (!notice_.isEmpty()) {
-            QMessageBox box(QMessageBox::Information, notice_, QStringLiteral("Changes may matter."),
-                            QMessageBox::Ok, this);
+            QMessageBox box(QMessageBox::Information, notice_,
+                            QStringLiteral("Changes may matter."), QMessageBox::Ok, this);
             notice_result = box.exec();
         }
         if (refuse_ && field->text().isEmpty())
@@ -124,9 +127,10 @@ Run run_autopilot(const QStringList &arguments, const QString &root = QString())
 
 } // namespace
 
-class TestAutopilot : public QObject {
+class TestAutopilot : public QObject
+{
     Q_OBJECT
-private slots:
+  private slots:
     void plainButtonText_data();
     void plainButtonText();
     void answersNestedBoxes();
@@ -143,10 +147,14 @@ void TestAutopilot::plainButtonText_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("plain");
-    QTest::newRow("mnemonic") << "&OK" << "OK";
-    QTest::newRow("inside") << "Re&cord" << "Record";
-    QTest::newRow("literal ampersand") << "Adjust &&\nRebuild Calibration" << "Adjust &\nRebuild Calibration";
-    QTest::newRow("none") << "Yes" << "Yes";
+    QTest::newRow("mnemonic") << "&OK"
+                              << "OK";
+    QTest::newRow("inside") << "Re&cord"
+                            << "Record";
+    QTest::newRow("literal ampersand") << "Adjust &&\nRebuild Calibration"
+                                       << "Adjust &\nRebuild Calibration";
+    QTest::newRow("none") << "Yes"
+                          << "Yes";
 }
 
 void TestAutopilot::plainButtonText()
@@ -163,9 +171,8 @@ void TestAutopilot::answersNestedBoxes()
     answerer.setWitness([&witnessed](QWidget *modal, const QString &name) {
         witnessed << name + ":" + modal->windowTitle();
     });
-    answerer.on("Sensor", "OK", "sensor", [](QWidget *form) {
-        form->findChild<QLineEdit *>("txtEntry")->setText("PT100");
-    });
+    answerer.on("Sensor", "OK", "sensor",
+                [](QWidget *form) { form->findChild<QLineEdit *>("txtEntry")->setText("PT100"); });
     answerer.on("Clearing", "OK", "clearing");
     Form form("Sensor", "Clearing", true);
     QCOMPARE(form.exec(), int(QDialog::Accepted));
@@ -183,9 +190,13 @@ void TestAutopilot::failures_data()
     QTest::addColumn<QString>("rule_button");
     QTest::addColumn<bool>("refuse_empty");
     QTest::addColumn<QString>("failure");
-    QTest::newRow("no rule for the window") << "Other" << "OK" << false << "an unexpected window came up, \"Surprise\"";
-    QTest::newRow("no such button") << "Surprise" << "Apply" << false << "has no button \"Apply\"";
-    QTest::newRow("the answer is refused") << "Surprise" << "OK" << true << "stayed open after its answer";
+    QTest::newRow("no rule for the window")
+        << "Other"
+        << "OK" << false << "an unexpected window came up, \"Surprise\"";
+    QTest::newRow("no such button") << "Surprise"
+                                    << "Apply" << false << "has no button \"Apply\"";
+    QTest::newRow("the answer is refused") << "Surprise"
+                                           << "OK" << true << "stayed open after its answer";
 }
 
 void TestAutopilot::failures()
@@ -205,7 +216,8 @@ void TestAutopilot::failures()
     QCOMPARE(form.exec(), int(QDialog::Rejected));
     QVERIFY(answerer.failed());
     QCOMPARE(answerer.failures().size(), 1);
-    QVERIFY2(answerer.failures().first().contains(failure), qPrintable(answerer.failures().first()));
+    QVERIFY2(answerer.failures().first().contains(failure),
+             qPrintable(answerer.failures().first()));
     QVERIFY(witnessed.contains("unexpected") == (rule_title != "Surprise" || refuse_empty));
 }
 
@@ -219,18 +231,20 @@ void TestAutopilot::options_data()
     QTest::addColumn<bool>("fast");
     QTest::addColumn<QString>("error");
     QTest::newRow("none") << QStringList() << true << "" << 2 << 0 << false << "";
-    QTest::newRow("all") << QStringList({"--shots", "/tmp/s", "--channel", "0", "--shot-width", "900", "--fast"})
+    QTest::newRow("all") << QStringList({"--shots", "/tmp/s", "--channel", "0", "--shot-width",
+                                         "900", "--fast"})
                          << true << "/tmp/s" << 0 << 900 << true << "";
-    QTest::newRow("shots without folder") << QStringList({"--shots"}) << false << "" << 2 << 0 << false
-                                          << "--shots needs a value";
-    QTest::newRow("empty shots folder") << QStringList({"--shots", ""}) << false << "" << 2 << 0 << false
-                                        << "--shots needs a folder";
-    QTest::newRow("channel not a number") << QStringList({"--channel", "two"}) << false << "" << 2 << 0 << false
-                                          << "--channel must be a channel number 0 to 511, not 'two'";
-    QTest::newRow("channel too high") << QStringList({"--channel", "512"}) << false << "" << 2 << 0 << false
-                                      << "not '512'";
-    QTest::newRow("tiny width") << QStringList({"--shot-width", "40"}) << false << "" << 2 << 0 << false
-                                << "--shot-width must be 0 or 100 and more pixels";
+    QTest::newRow("shots without folder")
+        << QStringList({"--shots"}) << false << "" << 2 << 0 << false << "--shots needs a value";
+    QTest::newRow("empty shots folder") << QStringList({"--shots", ""}) << false << "" << 2 << 0
+                                        << false << "--shots needs a folder";
+    QTest::newRow("channel not a number")
+        << QStringList({"--channel", "two"}) << false << "" << 2 << 0 << false
+        << "--channel must be a channel number 0 to 511, not 'two'";
+    QTest::newRow("channel too high")
+        << QStringList({"--channel", "512"}) << false << "" << 2 << 0 << false << "not '512'";
+    QTest::newRow("tiny width") << QStringList({"--shot-width", "40"}) << false << "" << 2 << 0
+                                << false << "--shot-width must be 0 or 100 and more pixels";
     QTest::newRow("unknown") << QStringList({"--slow"}) << false << "" << 2 << 0 << false
                              << "unknown argument '--slow'";
 }
@@ -266,7 +280,8 @@ void TestAutopilot::fullCalibration()
     QVERIFY2(run.exit_code == 0, qPrintable(run.out + run.err));
 
     // The history tells the whole story, in order.
-    QCOMPARE(history_modes(tables + "coolant_temp.save"), QStringList({"AS_FOUND", "ADJUSTED", "VERIFICATION"}));
+    QCOMPARE(history_modes(tables + "coolant_temp.save"),
+             QStringList({"AS_FOUND", "ADJUSTED", "VERIFICATION"}));
     // The outgoing table went to .old word for word, and a new one replaced it.
     QCOMPARE(read_file(tables + "coolant_temp.old"), table_before);
     const QByteArray table_after = read_file(tables + "coolant_temp.tbl");
@@ -295,10 +310,12 @@ void TestAutopilot::fullCalibration()
     // A picture of every step: the forms of a fresh channel, every point of
     // both passes, the record dialogs and the results.
     const QStringList pictures = QDir(shots).entryList({"*.png"}, QDir::Files, QDir::Name);
-    for (const char *step : {"environment", "update-data", "sensor-form", "clearing-data", "reference-form",
-                             "channel-selected", "averaging", "record-as-found", "as-found-recorded", "adjusted",
-                             "record-verification", "verification-recorded"})
-        QVERIFY2(pictures.filter(QRegularExpression(QStringLiteral("^\\d\\d-%1\\.png$").arg(step))).size() == 1,
+    for (const char *step :
+         {"environment", "update-data", "sensor-form", "clearing-data", "reference-form",
+          "channel-selected", "averaging", "record-as-found", "as-found-recorded", "adjusted",
+          "record-verification", "verification-recorded"})
+        QVERIFY2(pictures.filter(QRegularExpression(QStringLiteral("^\\d\\d-%1\\.png$").arg(step)))
+                         .size() == 1,
                  step);
     QCOMPARE(pictures.filter("-point-").size(), 22);
     for (const QString &picture : pictures)
@@ -312,21 +329,24 @@ void TestAutopilot::refusesToStart_data()
     QTest::addColumn<int>("exit_code");
     QTest::addColumn<QString>("message");
     QTest::addColumn<QString>("deeper_root");
-    QTest::newRow("no cell") << QStringList() << QStringList({"--fast"}) << 1 << "no simulated cell is running" << QString();
+    QTest::newRow("no cell") << QStringList() << QStringList({"--fast"}) << 1
+                             << "no simulated cell is running" << QString();
     QTest::newRow("frozen cell") << QStringList({"start", "freeze"}) << QStringList({"--fast"}) << 1
                                  << "the simulated cell is frozen" << QString();
-    QTest::newRow("task refused") << QStringList({"start", "refuse on"}) << QStringList({"--fast"}) << 1
-                                  << "the host refused the utility's task" << QString();
-    QTest::newRow("channel beyond the cell") << QStringList({"start"}) << QStringList({"--channel", "500"}) << 1
-                                             << "the cell has channels 0 to" << QString();
-    QTest::newRow("inactive channel") << QStringList({"start"}) << QStringList({"--channel", "3"}) << 1
-                                      << "channel 3 is not in the channel list" << QString();
+    QTest::newRow("task refused") << QStringList({"start", "refuse on"}) << QStringList({"--fast"})
+                                  << 1 << "the host refused the utility's task" << QString();
+    QTest::newRow("channel beyond the cell")
+        << QStringList({"start"}) << QStringList({"--channel", "500"}) << 1
+        << "the cell has channels 0 to" << QString();
+    QTest::newRow("inactive channel") << QStringList({"start"}) << QStringList({"--channel", "3"})
+                                      << 1 << "channel 3 is not in the channel list" << QString();
     QTest::newRow("unknown argument") << QStringList() << QStringList({"--bogus"}) << 2
                                       << "unknown argument '--bogus'" << QString();
     // The channel's paths would not fit the record's 100 bytes.
-    QTest::newRow("root too deep") << QStringList({"start"}) << QStringList({"--fast"}) << 1
-                                   << "ORVANE_ROOT is too deep for the utility's 100-byte file paths"
-                                   << QString(60, QLatin1Char('d'));
+    QTest::newRow("root too deep")
+        << QStringList({"start"}) << QStringList({"--fast"}) << 1
+        << "ORVANE_ROOT is too deep for the utility's 100-byte file paths"
+        << QString(60, QLatin1Char('d'));
 }
 
 void TestAutopilot::refusesToStart()
@@ -341,7 +361,8 @@ void TestAutopilot::refusesToStart()
             QVERIFY(cell.command(command.split(' ')));
     }
     QFETCH(QString, deeper_root);
-    const Run run = run_autopilot(arguments, deeper_root.isEmpty() ? QString() : cell.root() + "/" + deeper_root);
+    const Run run = run_autopilot(
+        arguments, deeper_root.isEmpty() ? QString() : cell.root() + "/" + deeper_root);
     QTEST(run.exit_code, "exit_code");
     QFETCH(QString, message);
     QVERIFY2(run.err.contains(message), qPrintable(run.err));

@@ -15,7 +15,8 @@
 
 #include <cmath>
 
-namespace {
+namespace
+{
 
 const orv_control *control_block()
 {
@@ -35,9 +36,10 @@ int64_t ticks()
 
 } // namespace
 
-class TestRefControl : public QObject {
+class TestRefControl : public QObject
+{
     Q_OBJECT
-private slots:
+  private slots:
     void rowsAreTheActiveChannels();
     void parsesValues_data();
     void parsesValues();
@@ -109,8 +111,10 @@ void TestRefControl::applyReachesTheCell_data()
     QTest::addColumn<bool>("applied");
     QTest::addColumn<QString>("said");
     QTest::newRow("coolant 80") << 2 << "80" << true << "Channel 2 COOLANT TEMP: 80 C applied.";
-    QTest::newRow("oil pressure 55.5") << 4 << "55.5" << true << "Channel 4 OIL PRESS: 55.5 KPA applied.";
-    QTest::newRow("coolant letters") << 2 << "hot" << false << "Channel 2 COOLANT TEMP: 'hot' is not a number.";
+    QTest::newRow("oil pressure 55.5")
+        << 4 << "55.5" << true << "Channel 4 OIL PRESS: 55.5 KPA applied.";
+    QTest::newRow("coolant letters")
+        << 2 << "hot" << false << "Channel 2 COOLANT TEMP: 'hot' is not a number.";
 }
 
 void TestRefControl::applyReachesTheCell()
@@ -140,7 +144,8 @@ void TestRefControl::applyReachesTheCell()
     QTRY_VERIFY_WITH_TIMEOUT(ticks() > at + 1, 5000);
     QVERIFY(std::fabs(live_millivolts(channel) - mv_before) > 1e-6);
     window.refresh();
-    QCOMPARE(window.millivoltsLabel(row)->text(), QString::asprintf("%12.5f", live_millivolts(channel)));
+    QCOMPARE(window.millivoltsLabel(row)->text(),
+             QString::asprintf("%12.5f", live_millivolts(channel)));
 }
 
 void TestRefControl::showsValuesAppliedElsewhere()
@@ -161,7 +166,8 @@ void TestRefControl::showsValuesAppliedElsewhere()
     QCOMPARE(control_block()->applied[0], 55.0);
     QVERIFY(cell.apply(0, 18));
     window.refresh();
-    QCOMPARE(window.valueField(oil)->text(), QStringLiteral("18")); // applied: it follows the cell again
+    QCOMPARE(window.valueField(oil)->text(),
+             QStringLiteral("18")); // applied: it follows the cell again
 }
 
 void TestRefControl::withoutCell()
@@ -170,7 +176,8 @@ void TestRefControl::withoutCell()
     RefControlWindow window;
     QVERIFY(!window.connected());
     QCOMPARE(window.rowCount(), 0);
-    QVERIFY(window.cellText().startsWith("No simulated cell is running for ORVANE_CELL=" + cell.instance()));
+    QVERIFY(window.cellText().startsWith("No simulated cell is running for ORVANE_CELL=" +
+                                         cell.instance()));
     // It connects once the cell is up.
     QVERIFY(cell.start({"--tick", "20"}));
     QTRY_VERIFY_WITH_TIMEOUT(window.connected(), 5000);

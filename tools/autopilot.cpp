@@ -11,7 +11,8 @@
 #include <cstdlib>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 bool run_finished = false;
 

@@ -22,7 +22,8 @@ ModalAnswerer::ModalAnswerer(QObject *parent) : QObject(parent)
     timer_.start();
 }
 
-void ModalAnswerer::on(const QString &title, const QString &button, const QString &picture, Prepare prepare)
+void ModalAnswerer::on(const QString &title, const QString &button, const QString &picture,
+                       Prepare prepare)
 {
     rules_.insert(title, Rule{button, picture, std::move(prepare)});
 }
@@ -88,20 +89,23 @@ void ModalAnswerer::answer(QWidget *modal, const Rule *rule)
     QAbstractButton *target = nullptr;
     if (rule && !refused) {
         for (QAbstractButton *button : modal->findChildren<QAbstractButton *>()) {
-            if (button->isVisible() && button->isEnabled() && plain_button_text(button->text()) == rule->button) {
+            if (button->isVisible() && button->isEnabled() &&
+                plain_button_text(button->text()) == rule->button) {
                 target = button;
                 break;
             }
         }
     }
-    const QString shown = text.isEmpty() ? QStringLiteral("\"%1\"").arg(title)
-                                         : QStringLiteral("\"%1\": %2").arg(title, text.simplified());
+    const QString shown = text.isEmpty()
+                              ? QStringLiteral("\"%1\"").arg(title)
+                              : QStringLiteral("\"%1\": %2").arg(title, text.simplified());
     if (!rule)
         failures_.append(QStringLiteral("an unexpected window came up, %1").arg(shown));
     else if (refused)
         failures_.append(QStringLiteral("the window %1 stayed open after its answer").arg(shown));
     else if (!target)
-        failures_.append(QStringLiteral("the window %1 has no button \"%2\"").arg(shown, rule->button));
+        failures_.append(
+            QStringLiteral("the window %1 has no button \"%2\"").arg(shown, rule->button));
     else
         ++counts_[title];
 

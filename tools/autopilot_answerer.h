@@ -23,9 +23,10 @@
 
 class QWidget;
 
-class ModalAnswerer : public QObject {
+class ModalAnswerer : public QObject
+{
     Q_OBJECT
-public:
+  public:
     using Prepare = std::function<void(QWidget *modal)>;
     // Sees each modal widget once it is filled in and before it is answered;
     // `name` is the rule's picture name, or "unexpected".
@@ -55,7 +56,7 @@ public:
     // Polling interval; the answers themselves are immediate.
     static constexpr int kPollMs = 20;
 
-private:
+  private:
     struct Rule {
         QString button;
         QString picture;

@@ -34,14 +34,15 @@
 
 #include <algorithm>
 
-namespace {
+namespace
+{
 
 // The answers the autopilot gives, as a technician with this sheet in hand.
 const char kSensorCalType[] = "RTD";
 const char kSensorModel[] = "PT100-4W";
 const char kSensorMte[] = "MTE-2231";
-const char *const kReference[6] = {"Fluke", "754 Documenting Process Calibrator", "4471023", "MTE-0917",
-                                   "12/31/2027", "N/A"};
+const char *const kReference[6] = {
+    "Fluke", "754 Documenting Process Calibrator", "4471023", "MTE-0917", "12/31/2027", "N/A"};
 const char kProcedure[] = "QP-TC-104 rev 3";
 const char kTechnician[] = "A. Walker";
 const char kLabManager[] = "J. Moreau";
@@ -62,8 +63,8 @@ const int kFastSamples = 3;
 
 const char *band_name(unsigned state)
 {
-    static const char *const names[] = {"No Adjustment Needed", "Out of Adjustment", "Out of Tolerance",
-                                        "Significantly Out of Tolerance"};
+    static const char *const names[] = {"No Adjustment Needed", "Out of Adjustment",
+                                        "Out of Tolerance", "Significantly Out of Tolerance"};
     return state < 4 ? names[state] : "unknown";
 }
 
@@ -106,8 +107,8 @@ void fill_sensor_form(QWidget *form)
 
 void fill_reference_form(QWidget *form)
 {
-    const char *fields[] = {"txtCurrRefMfg", "txtCurrRefModel", "txtCurrRefSN", "txtCurrRefEquipNum",
-                            "txtCurrRefCalDueDate"};
+    const char *fields[] = {"txtCurrRefMfg", "txtCurrRefModel", "txtCurrRefSN",
+                            "txtCurrRefEquipNum", "txtCurrRefCalDueDate"};
     for (int i = 0; i < 5; ++i)
         set_text(form, fields[i], QLatin1String(kReference[i]));
     if (auto *connection = child<QComboBox>(form, "cboCurrRefPhysicalConn"))
@@ -132,7 +133,8 @@ QString plain_text(const QString &rich)
 
 } // namespace
 
-bool parse_autopilot_options(const QStringList &arguments, AutopilotOptions &options, QString &error)
+bool parse_autopilot_options(const QStringList &arguments, AutopilotOptions &options,
+                             QString &error)
 {
     for (int i = 0; i < arguments.size(); ++i) {
         const QString &arg = arguments[i];
@@ -158,9 +160,14 @@ bool parse_autopilot_options(const QStringList &arguments, AutopilotOptions &opt
             bool ok = false;
             const int number = text.toInt(&ok);
             const bool width = arg == QLatin1String("--shot-width");
-            if (!ok || number < 0 || (width && number > 0 && number < 100) || (!width && number > 511)) {
-                error = width ? QStringLiteral("--shot-width must be 0 or 100 and more pixels, not '%1'").arg(text)
-                              : QStringLiteral("--channel must be a channel number 0 to 511, not '%1'").arg(text);
+            if (!ok || number < 0 || (width && number > 0 && number < 100) ||
+                (!width && number > 511)) {
+                error =
+                    width
+                        ? QStringLiteral("--shot-width must be 0 or 100 and more pixels, not '%1'")
+                              .arg(text)
+                        : QStringLiteral("--channel must be a channel number 0 to 511, not '%1'")
+                              .arg(text);
                 return false;
             }
             (width ? options.shot_width : options.channel) = number;
@@ -309,30 +316,33 @@ int Autopilot::run()
         }
         answerer_->setWitness([this](QWidget *modal, const QString &name) {
             if (shots_.save(modal, name).isEmpty())
-                err_ << "vrel_autopilot: warning: the screenshot " << name << " could not be saved\n";
+                err_ << "vrel_autopilot: warning: the screenshot " << name
+                     << " could not be saved\n";
         });
     }
 
-    const bool ok = step(QStringLiteral("checking the simulated cell"), [this] { return checkCell(); }) &&
-                    step(QStringLiteral("opening the utility's window"), [this] { return openWindow(); }) &&
-                    step(QStringLiteral("selecting channel %1").arg(options_.channel),
-                         [this] { return selectChannel(); }) &&
-                    step(QStringLiteral("typing the procedure, names, comment and averaging time"),
-                         [this] { return enterTexts(); }) &&
-                    step(QStringLiteral("capturing the As-Found points"),
-                         [this] { return capturePass(QStringLiteral("as-found")); }) &&
-                    step(QStringLiteral("recording As-Found"), [this] { return record(true); }) &&
-                    step(QStringLiteral("adjusting and rebuilding the table"), [this] { return adjust(); }) &&
-                    step(QStringLiteral("capturing the Verification points"),
-                         [this] { return capturePass(QStringLiteral("verification")); }) &&
-                    step(QStringLiteral("recording Verification"), [this] { return record(false); });
+    const bool ok =
+        step(QStringLiteral("checking the simulated cell"), [this] { return checkCell(); }) &&
+        step(QStringLiteral("opening the utility's window"), [this] { return openWindow(); }) &&
+        step(QStringLiteral("selecting channel %1").arg(options_.channel),
+             [this] { return selectChannel(); }) &&
+        step(QStringLiteral("typing the procedure, names, comment and averaging time"),
+             [this] { return enterTexts(); }) &&
+        step(QStringLiteral("capturing the As-Found points"),
+             [this] { return capturePass(QStringLiteral("as-found")); }) &&
+        step(QStringLiteral("recording As-Found"), [this] { return record(true); }) &&
+        step(QStringLiteral("adjusting and rebuilding the table"), [this] { return adjust(); }) &&
+        step(QStringLiteral("capturing the Verification points"),
+             [this] { return capturePass(QStringLiteral("verification")); }) &&
+        step(QStringLiteral("recording Verification"), [this] { return record(false); });
     if (!ok) {
         if (answerer_)
             answerer_->rejectAllModals();
         shoot(QStringLiteral("failed"));
         err_ << "vrel_autopilot: FAILED while " << current_step_ << ": " << failure_ << "\n";
         if (shots_.active())
-            err_ << "vrel_autopilot: screenshots up to the failure are in " << shots_.folder() << "\n";
+            err_ << "vrel_autopilot: screenshots up to the failure are in " << shots_.folder()
+                 << "\n";
         return 1;
     }
     reportFiles();
@@ -341,34 +351,42 @@ int Autopilot::run()
 
 bool Autopilot::checkCell()
 {
-    const QString where = QStringLiteral("ORVANE_CELL=%1 ORVANE_ROOT=%2")
-                              .arg(qEnvironmentVariable("ORVANE_CELL"), qEnvironmentVariable("ORVANE_ROOT"));
+    const QString where =
+        QStringLiteral("ORVANE_CELL=%1 ORVANE_ROOT=%2")
+            .arg(qEnvironmentVariable("ORVANE_CELL"), qEnvironmentVariable("ORVANE_ROOT"));
     control_ = static_cast<const orv_control *>(get_shrd_mem(ORV_SEG_CONTROL, 0));
     if (!control_ || control_->magic != ORV_CONTROL_MAGIC || !control_->ready)
-        return fail(QStringLiteral("no simulated cell is running for %1; start one with 'orvane-sim start'")
-                        .arg(where));
+        return fail(
+            QStringLiteral("no simulated cell is running for %1; start one with 'orvane-sim start'")
+                .arg(where));
     if (!__atomic_load_n(&control_->publishing, __ATOMIC_RELAXED))
-        return fail(QStringLiteral("the simulated cell is frozen; 'orvane-sim resume' lets it publish again"));
+        return fail(QStringLiteral(
+            "the simulated cell is frozen; 'orvane-sim resume' lets it publish again"));
     if (options_.channel >= control_->channel_count)
         return fail(QStringLiteral("the cell has channels 0 to %1, not %2")
                         .arg(control_->channel_count - 1)
                         .arg(options_.channel));
     if (join_layer(3) == 5000)
-        return fail(QStringLiteral("the host refused the utility's task ('orvane-sim refuse off' lets it in)"));
+        return fail(QStringLiteral(
+            "the host refused the utility's task ('orvane-sim refuse off' lets it in)"));
     // The record keeps each of the channel's file paths in 100 bytes: a
     // deeper root would have the utility write to cut paths.
-    const auto *transfer = static_cast<const orv_ai_transfer *>(get_shrd_mem(ORV_SEG_AI_TRANSFER, 0));
+    const auto *transfer =
+        static_cast<const orv_ai_transfer *>(get_shrd_mem(ORV_SEG_AI_TRANSFER, 0));
     if (!transfer)
         return fail(QStringLiteral("the cell publishes no table names (AI_TRANSFER)"));
     const char *table = transfer[options_.channel].table_name;
-    const QString name = QString::fromLatin1(table, int(qstrnlen(table, sizeof transfer->table_name)));
+    const QString name =
+        QString::fromLatin1(table, int(qstrnlen(table, sizeof transfer->table_name)));
     const QString deepest = host_path("/cell/tables/uut_ref_data/") + name + QStringLiteral(".uut");
     if (deepest.toLocal8Bit().size() >= 100)
-        return fail(QStringLiteral("ORVANE_ROOT is too deep for the utility's 100-byte file paths (%1); "
-                                   "use a shorter folder")
-                        .arg(deepest));
-    out_ << "  cell '" << QString::fromLatin1(get_cell_name(1)) << "' instance " << qEnvironmentVariable("ORVANE_CELL")
-         << ", tick " << control_->tick_ms << " ms, root " << host_path("/") << "\n";
+        return fail(
+            QStringLiteral("ORVANE_ROOT is too deep for the utility's 100-byte file paths (%1); "
+                           "use a shorter folder")
+                .arg(deepest));
+    out_ << "  cell '" << QString::fromLatin1(get_cell_name(1)) << "' instance "
+         << qEnvironmentVariable("ORVANE_CELL") << ", tick " << control_->tick_ms << " ms, root "
+         << host_path("/") << "\n";
     return true;
 }
 
@@ -379,7 +397,9 @@ bool Autopilot::openWindow()
     window_ = std::make_unique<MainWindow>();
     the_main_window = window_.get();
     window_->show();
-    if (!waitUntil([this] { return window_->windowHandle() && window_->windowHandle()->isExposed(); }, 10000))
+    if (!waitUntil(
+            [this] { return window_->windowHandle() && window_->windowHandle()->isExposed(); },
+            10000))
         return fail(QStringLiteral("the window was not shown within 10 s"));
     shoot(QStringLiteral("start"));
     return true;
@@ -387,12 +407,16 @@ bool Autopilot::openWindow()
 
 bool Autopilot::selectChannel()
 {
-    answerer_->on(QLatin1String(kEnvironmentTitle), QStringLiteral("OK"), QStringLiteral("environment"));
-    answerer_->on(QLatin1String(kUpdateDataTitle), QStringLiteral("OK"), QStringLiteral("update-data"));
-    answerer_->on(QLatin1String(kSensorTitle), QStringLiteral("OK"), QStringLiteral("sensor-form"), fill_sensor_form);
-    answerer_->on(QLatin1String(kClearingTitle), QStringLiteral("OK"), QStringLiteral("clearing-data"));
-    answerer_->on(QLatin1String(kReferenceTitle), QStringLiteral("OK"), QStringLiteral("reference-form"),
-                  fill_reference_form);
+    answerer_->on(QLatin1String(kEnvironmentTitle), QStringLiteral("OK"),
+                  QStringLiteral("environment"));
+    answerer_->on(QLatin1String(kUpdateDataTitle), QStringLiteral("OK"),
+                  QStringLiteral("update-data"));
+    answerer_->on(QLatin1String(kSensorTitle), QStringLiteral("OK"), QStringLiteral("sensor-form"),
+                  fill_sensor_form);
+    answerer_->on(QLatin1String(kClearingTitle), QStringLiteral("OK"),
+                  QStringLiteral("clearing-data"));
+    answerer_->on(QLatin1String(kReferenceTitle), QStringLiteral("OK"),
+                  QStringLiteral("reference-form"), fill_reference_form);
 
     Ui::MainWindow *ui = window_->form();
     const QString key = QString::asprintf("%5d  -  ", options_.channel);
@@ -401,8 +425,9 @@ bool Autopilot::selectChannel()
         if (ui->cboCurrentChannel->itemText(i).startsWith(key))
             item = i;
     if (item < 0)
-        return fail(QStringLiteral("channel %1 is not in the channel list (not active on this cell)")
-                        .arg(options_.channel));
+        return fail(
+            QStringLiteral("channel %1 is not in the channel list (not active on this cell)")
+                .arg(options_.channel));
     ui->cboCurrentChannel->setCurrentIndex(item);
     answerer_->forgetAll();
     if (answerer_->failed())
@@ -412,7 +437,9 @@ bool Autopilot::selectChannel()
     if (ui->cboCurrentChannel->currentIndex() != item || cfg->channel != options_.channel)
         return fail(QStringLiteral("the channel was not kept selected (a form was refused)"));
     if (num_points < 2)
-        return fail(QStringLiteral("the channel's table has %1 points; a calibration needs 2 or more").arg(num_points));
+        return fail(
+            QStringLiteral("the channel's table has %1 points; a calibration needs 2 or more")
+                .arg(num_points));
     out_ << "  " << ui->cboCurrentChannel->currentText().simplified() << ": table "
          << QString::fromLatin1(cfg->table_info.tbl_name) << ", " << num_points << " points, units "
          << QString::fromLatin1(cfg->table_info.tbl_units) << "\n";
@@ -435,7 +462,8 @@ bool Autopilot::enterTexts()
     if (options_.fast)
         averaging_count = kFastSamples;
     if (averaging_count < 1)
-        return fail(QStringLiteral("the averaging time gives no samples (tick %1 ms)").arg(control_->tick_ms));
+        return fail(QStringLiteral("the averaging time gives no samples (tick %1 ms)")
+                        .arg(control_->tick_ms));
     out_ << "  averaging " << averaging_count << " samples per point\n";
     shoot(QStringLiteral("texts-entered"));
     return true;
@@ -446,7 +474,8 @@ bool Autopilot::applyToCell(double value)
     QProcess sim;
     sim.setProcessChannelMode(QProcess::MergedChannels);
     const QString program = QCoreApplication::applicationDirPath() + QStringLiteral("/orvane-sim");
-    sim.start(program, {QStringLiteral("apply"), QString::number(options_.channel), QString::number(value, 'g', 17)});
+    sim.start(program, {QStringLiteral("apply"), QString::number(options_.channel),
+                        QString::number(value, 'g', 17)});
     if (!waitUntil([&sim] { return sim.state() == QProcess::NotRunning; }, 10000)) {
         sim.kill();
         sim.waitForFinished(1000);
@@ -480,7 +509,8 @@ bool Autopilot::capturePoint(int index, const QString &pass)
     bool is_number = false;
     const double value = entry.toDouble(&is_number);
     if (!is_number)
-        return fail(QStringLiteral("point %1 has no value to apply ('%2')").arg(index + 1).arg(entry));
+        return fail(
+            QStringLiteral("point %1 has no value to apply ('%2')").arg(index + 1).arg(entry));
     if (!applyToCell(value) || !waitForPublication())
         return false;
 
@@ -493,9 +523,10 @@ bool Autopilot::capturePoint(int index, const QString &pass)
     }
     auto *button = row->findChild<QPushButton *>(QStringLiteral("btnCapture"));
     if (!button || !button->isEnabled() || !button->text().contains(QLatin1String("Capture")))
-        return fail(QStringLiteral("the Capture button of point %1 cannot be pressed (it reads '%2')")
-                        .arg(index + 1)
-                        .arg(button ? button->text() : QString()));
+        return fail(
+            QStringLiteral("the Capture button of point %1 cannot be pressed (it reads '%2')")
+                .arg(index + 1)
+                .arg(button ? button->text() : QString()));
     Worker *worker = window_->averagingWorker();
     bool finished = false;
     const QMetaObject::Connection done =
@@ -520,14 +551,16 @@ bool Autopilot::capturePoint(int index, const QString &pass)
     if (halfway)
         disconnect(halfway);
     if (!in_time)
-        return fail(QStringLiteral("the average of point %1 did not finish within %2 ms").arg(index + 1).arg(timeout));
+        return fail(QStringLiteral("the average of point %1 did not finish within %2 ms")
+                        .arg(index + 1)
+                        .arg(timeout));
     if (row->captureText() != QLatin1String("Undo"))
         return fail(QStringLiteral("point %1 was not accepted (its button reads '%2')")
                         .arg(index + 1)
                         .arg(row->captureText()));
-    out_ << QString::asprintf("  point %2d: applied %10.4f  mean %10.4f mV  reads %10.4f %s\n", index + 1, value,
-                              cfg->point_stats[index].raw_mean, cfg->point_stats[index].eng_mean,
-                              cfg->table_info.tbl_units);
+    out_ << QString::asprintf("  point %2d: applied %10.4f  mean %10.4f mV  reads %10.4f %s\n",
+                              index + 1, value, cfg->point_stats[index].raw_mean,
+                              cfg->point_stats[index].eng_mean, cfg->table_info.tbl_units);
     out_.flush();
     shoot(QStringLiteral("%1-point-%2").arg(pass).arg(index + 1, 2, 10, QLatin1Char('0')));
     return true;
@@ -539,7 +572,8 @@ bool Autopilot::capturePass(const QString &pass)
         if (!capturePoint(i, pass))
             return false;
     if (!window_->form()->btnRecordData->isEnabled())
-        return fail(QStringLiteral("Record Data is not enabled with all %1 points captured").arg(num_points));
+        return fail(QStringLiteral("Record Data is not enabled with all %1 points captured")
+                        .arg(num_points));
     return true;
 }
 
@@ -547,7 +581,8 @@ bool Autopilot::record(bool as_found)
 {
     Ui::MainWindow *ui = window_->form();
     answerer_->on(QLatin1String(kRecordTitle), QStringLiteral("Record"),
-                  as_found ? QStringLiteral("record-as-found") : QStringLiteral("record-verification"),
+                  as_found ? QStringLiteral("record-as-found")
+                           : QStringLiteral("record-verification"),
                   fill_record_form(as_found ? "rbAsFound" : "rbVerification",
                                    as_found ? QStringLiteral("As found before adjustment")
                                             : QStringLiteral("After adjustment (As-Left)")));
@@ -560,7 +595,8 @@ bool Autopilot::record(bool as_found)
         return fail(QStringLiteral("the record type dialog did not come up"));
     QLineEdit *date = as_found ? ui->txtAsFound : ui->txtVerificationData;
     if (date->text().isEmpty())
-        return fail(QStringLiteral("the %1 date stayed empty after Record").arg(as_found ? "As-Found" : "Verification"));
+        return fail(QStringLiteral("the %1 date stayed empty after Record")
+                        .arg(as_found ? "As-Found" : "Verification"));
     const unsigned state = cfg->table_info.tol_state;
     out_ << "  " << (as_found ? "As-Found" : "Verification") << " recorded " << date->text() << ": "
          << band_name(state);
@@ -579,7 +615,8 @@ bool Autopilot::adjust()
         return fail(QStringLiteral("Adjust & Rebuild Calibration is not enabled after As-Found"));
     // A channel that needs no adjustment, or needs service, is asked about;
     // the demonstration adjusts it all the same.
-    answerer_->on(QLatin1String(kAdjustTitle), QStringLiteral("Yes"), QStringLiteral("adjust-question"));
+    answerer_->on(QLatin1String(kAdjustTitle), QStringLiteral("Yes"),
+                  QStringLiteral("adjust-question"));
     ui->btnAdjustCalibration->click();
     answerer_->forgetAll();
     if (answerer_->failed())
@@ -607,11 +644,14 @@ void Autopilot::reportFiles()
     show("reference (.ref)", cfg->ref_file);
     const QFileInfo report_base(QString::fromLocal8Bit(cfg->report_file));
     const QDir reports(report_base.absolutePath());
-    for (const QFileInfo &report :
-         reports.entryInfoList({report_base.fileName() + QStringLiteral("_*.csv")}, QDir::Files, QDir::Name))
+    for (const QFileInfo &report : reports.entryInfoList(
+             {report_base.fileName() + QStringLiteral("_*.csv")}, QDir::Files, QDir::Name))
         if (report.lastModified().toSecsSinceEpoch() >= started_)
-            out_ << QStringLiteral("  %1 %2\n").arg(QStringLiteral("report (.csv)"), -22).arg(report.filePath());
+            out_ << QStringLiteral("  %1 %2\n")
+                        .arg(QStringLiteral("report (.csv)"), -22)
+                        .arg(report.filePath());
     if (shots_.active())
-        out_ << "vrel_autopilot: " << shots_.saved().size() << " screenshots in " << shots_.folder() << "\n";
+        out_ << "vrel_autopilot: " << shots_.saved().size() << " screenshots in " << shots_.folder()
+             << "\n";
     out_.flush();
 }

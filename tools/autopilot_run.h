@@ -20,17 +20,18 @@ class QWidget;
 struct orv_control;
 
 struct AutopilotOptions {
-    QString shots;        // folder for the screenshots; none when empty
-    int shot_width = 0;   // scale screenshots to this width; 0 keeps them as grabbed
-    int channel = 2;      // the drifted demo channel "COOLANT TEMP"
-    bool fast = false;    // a few samples per point instead of 5 seconds
-    bool debug = false;   // the utility's "-d"
+    QString shots;      // folder for the screenshots; none when empty
+    int shot_width = 0; // scale screenshots to this width; 0 keeps them as grabbed
+    int channel = 2;    // the drifted demo channel "COOLANT TEMP"
+    bool fast = false;  // a few samples per point instead of 5 seconds
+    bool debug = false; // the utility's "-d"
     bool help = false;
 };
 
 // Reads the command line (without the program name).  False with a
 // message in `error` when it cannot be used.
-bool parse_autopilot_options(const QStringList &arguments, AutopilotOptions &options, QString &error);
+bool parse_autopilot_options(const QStringList &arguments, AutopilotOptions &options,
+                             QString &error);
 QString autopilot_usage();
 
 // How long a capture may take before it counts as failed: the average
@@ -38,8 +39,9 @@ QString autopilot_usage();
 int capture_timeout_ms(int samples, int tick_ms);
 
 // Numbered picture files in one folder: "03-sensor-form.png".
-class ShotFolder {
-public:
+class ShotFolder
+{
+  public:
     // False with `error` set when the folder cannot be made.
     bool open(const QString &folder, int width, QString &error);
     bool active() const { return !folder_.isEmpty(); }
@@ -48,23 +50,24 @@ public:
     const QStringList &saved() const { return saved_; }
     QString folder() const { return folder_; }
 
-private:
+  private:
     QString folder_;
     int width_ = 0;
     int next_ = 1;
     QStringList saved_;
 };
 
-class Autopilot : public QObject {
+class Autopilot : public QObject
+{
     Q_OBJECT
-public:
+  public:
     Autopilot(const AutopilotOptions &options, QTextStream &out, QTextStream &err);
     ~Autopilot() override;
 
     // Runs the whole calibration; the process's exit status.
     int run();
 
-private:
+  private:
     bool step(const QString &name, const std::function<bool()> &body);
     bool fail(const QString &message);
     // Runs the event loop until `done` is true; false after `timeout_ms`.

@@ -11,9 +11,10 @@
 int main(int argc, char *argv[])
 {
     if (argc > 1 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
-        std::printf("usage: orvane-refcontrol\n\n"
-                    "A window with one row per channel of the running simulated cell (ORVANE_CELL,\n"
-                    "ORVANE_ROOT): type the value the calibrator applies to a sensor and press Apply.\n");
+        std::printf(
+            "usage: orvane-refcontrol\n\n"
+            "A window with one row per channel of the running simulated cell (ORVANE_CELL,\n"
+            "ORVANE_ROOT): type the value the calibrator applies to a sensor and press Apply.\n");
         return 0;
     }
     QApplication app(argc, argv);

@@ -20,7 +20,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 enum Column { kNumber, kName, kUnits, kValue, kApply, kMillivolts };
 
@@ -71,8 +72,9 @@ bool parse_reference_value(const QString &text, double &value, QString &message)
     bool ok = false;
     const double number = QLocale::c().toDouble(text.trimmed(), &ok);
     if (!ok || !std::isfinite(number)) {
-        message = text.trimmed().isEmpty() ? QStringLiteral("Type a value to apply first.")
-                                           : QStringLiteral("'%1' is not a number.").arg(text.trimmed());
+        message = text.trimmed().isEmpty()
+                      ? QStringLiteral("Type a value to apply first.")
+                      : QStringLiteral("'%1' is not a number.").arg(text.trimmed());
         return false;
     }
     value = number;
@@ -136,7 +138,8 @@ QString RefControlWindow::messageText() const
     return ui->lblMessage->text();
 }
 
-namespace {
+namespace
+{
 
 void show_on(QLabel *label, const QString &text, bool trouble)
 {
@@ -160,17 +163,20 @@ bool RefControlWindow::connectToCell()
 {
     auto *control = static_cast<orv_control *>(orvane_segment_attach_rw(ORV_SEG_CONTROL, nullptr));
     if (!control || control->magic != ORV_CONTROL_MAGIC || !control->ready) {
-        showCell(QStringLiteral("No simulated cell is running for ORVANE_CELL=%1 under ORVANE_ROOT=%2.\n"
-                                  "Start one with 'orvane-sim start'; this window connects when it is up.")
-                       .arg(QString::fromLocal8Bit(orvane_cell_instance()), qEnvironmentVariable("ORVANE_ROOT")),
-                   true);
+        showCell(
+            QStringLiteral("No simulated cell is running for ORVANE_CELL=%1 under ORVANE_ROOT=%2.\n"
+                           "Start one with 'orvane-sim start'; this window connects when it is up.")
+                .arg(QString::fromLocal8Bit(orvane_cell_instance()),
+                     qEnvironmentVariable("ORVANE_ROOT")),
+            true);
         return false;
     }
     control_ = control;
     millivolts_ = static_cast<const orv_millivolts *>(get_shrd_mem(ORV_SEG_MILLIVOLTS, 0));
-    channels_ = active_channels(static_cast<const orv_sys_attr *>(get_shrd_mem(ORV_SEG_SYS_ATTR, 0)),
-                                static_cast<const orv_ai_real *>(get_shrd_mem(ORV_SEG_AI_REAL, 0)),
-                                static_cast<const orv_ai_transfer *>(get_shrd_mem(ORV_SEG_AI_TRANSFER, 0)));
+    channels_ =
+        active_channels(static_cast<const orv_sys_attr *>(get_shrd_mem(ORV_SEG_SYS_ATTR, 0)),
+                        static_cast<const orv_ai_real *>(get_shrd_mem(ORV_SEG_AI_REAL, 0)),
+                        static_cast<const orv_ai_transfer *>(get_shrd_mem(ORV_SEG_AI_TRANSFER, 0)));
     fillRows();
     return true;
 }
@@ -201,7 +207,8 @@ void RefControlWindow::fillRows()
         table->setItem(row, kUnits, item(channel.units));
         auto *field = new QLineEdit(table);
         field->setObjectName(QStringLiteral("txtValue%1").arg(channel.number));
-        field->setText(QString::number(orvsim::load_live(&control_->applied[channel.number]), 'g', 10));
+        field->setText(
+            QString::number(orvsim::load_live(&control_->applied[channel.number]), 'g', 10));
         table->setCellWidget(row, kValue, field);
         auto *apply = new QPushButton(QStringLiteral("Apply"), table);
         apply->setObjectName(QStringLiteral("btnApply%1").arg(channel.number));
@@ -224,17 +231,19 @@ bool RefControlWindow::applyRow(int row)
     double value = 0.0;
     QString message;
     if (!parse_reference_value(valueField(row)->text(), value, message)) {
-        showMessage(QStringLiteral("Channel %1 %2: %3").arg(channel.number).arg(channel.name, message), true);
+        showMessage(
+            QStringLiteral("Channel %1 %2: %3").arg(channel.number).arg(channel.name, message),
+            true);
         return false;
     }
     apply_reference_value(control_, channel.number, value);
     valueField(row)->setModified(false);
     showMessage(QStringLiteral("Channel %1 %2: %3 %4 applied.")
-                   .arg(channel.number)
-                   .arg(channel.name)
-                   .arg(value, 0, 'g', 10)
-                   .arg(channel.units),
-               false);
+                    .arg(channel.number)
+                    .arg(channel.name)
+                    .arg(value, 0, 'g', 10)
+                    .arg(channel.units),
+                false);
     return true;
 }
 
@@ -243,12 +252,14 @@ void RefControlWindow::refresh()
     if (!control_ && !connectToCell())
         return;
     if (!cell_present()) {
-        disconnectFromCell(QStringLiteral("The simulated cell has stopped.  Start it again with "
-                                          "'orvane-sim start'; this window connects when it is up."));
+        disconnectFromCell(
+            QStringLiteral("The simulated cell has stopped.  Start it again with "
+                           "'orvane-sim start'; this window connects when it is up."));
         return;
     }
     showCell(QStringLiteral("Cell instance %1 under %2: tick %3 ms, %4 ticks, %5 channels.")
-                 .arg(QString::fromLocal8Bit(orvane_cell_instance()), qEnvironmentVariable("ORVANE_ROOT"))
+                 .arg(QString::fromLocal8Bit(orvane_cell_instance()),
+                      qEnvironmentVariable("ORVANE_ROOT"))
                  .arg(control_->tick_ms)
                  .arg(static_cast<qlonglong>(__atomic_load_n(&control_->ticks, __ATOMIC_RELAXED)))
                  .arg(channels_.size()),
@@ -259,8 +270,10 @@ void RefControlWindow::refresh()
         // in the field, unless the technician is typing there.
         QLineEdit *field = valueField(row);
         if (field && !field->hasFocus() && !field->isModified())
-            field->setText(QString::number(orvsim::load_live(&control_->applied[channel]), 'g', 10));
+            field->setText(
+                QString::number(orvsim::load_live(&control_->applied[channel]), 'g', 10));
         if (QLabel *live = millivoltsLabel(row); live && millivolts_)
-            live->setText(QString::asprintf("%12.5f", orvsim::load_live(&millivolts_[channel].value)));
+            live->setText(
+                QString::asprintf("%12.5f", orvsim::load_live(&millivolts_[channel].value)));
     }
 }

@@ -17,7 +17,8 @@ struct orv_control;
 struct orv_millivolts;
 struct orv_sys_attr;
 
-namespace Ui {
+namespace Ui
+{
 class RefControlWindow;
 }
 
@@ -41,9 +42,10 @@ bool parse_reference_value(const QString &text, double &value, QString &message)
 // the sensor's response at its next tick.
 void apply_reference_value(orv_control *control, int channel, double value);
 
-class RefControlWindow : public QWidget {
+class RefControlWindow : public QWidget
+{
     Q_OBJECT
-public:
+  public:
     explicit RefControlWindow(QWidget *parent = nullptr);
     ~RefControlWindow() override;
 
@@ -61,7 +63,7 @@ public:
     // Connects to the cell when it was not, and refreshes the live values.
     void refresh();
 
-private:
+  private:
     bool connectToCell();
     void disconnectFromCell(const QString &why);
     void fillRows();

@@ -21,6 +21,11 @@ int main(int argc, char *argv[])
     // files this program writes and the host reads are in the C locale.
     std::setlocale(LC_NUMERIC, "C");
     std::setlocale(LC_TIME, "C");
+    // The application's font is the form's, 11 points: widgets that carry a
+    // style sheet take their font from the application, not from the form.
+    QFont font = QApplication::font();
+    font.setPointSize(11);
+    QApplication::setFont(font);
     install_sigterm_exit();
     touch_screen = touch_screen_marker_present();
     debug_mode = parse_debug_flag(argc, argv);
