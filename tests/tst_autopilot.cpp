@@ -1,6 +1,7 @@
 // The autopilot: its way of answering modal windows, its command line, and
 // a whole calibration of the drifted demo channel run as its own process
 // against a cell of the test's own, judged by the files it leaves.
+#include "archivecheck.h"
 #include "autopilot_answerer.h"
 #include "autopilot_run.h"
 #include "simcell.h"
@@ -76,21 +77,6 @@ struct HangGuard {
     }
     QTimer timer;
 };
-
-QStringList history_modes(const QString &archive)
-{
-    QFile file(archive);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    QStringList modes;
-    const QRegularExpression first_line(QStringLiteral("^\\d+ \"[^\"]*\" '([A-Za-z_-]+)'"));
-    for (const QString &line : QString::fromLatin1(file.readAll()).split('\n')) {
-        const QRegularExpressionMatch match = first_line.match(line);
-        if (match.hasMatch())
-            modes << match.captured(1);
-    }
-    return modes;
-}
 
 QByteArray read_file(const QString &path)
 {

@@ -1,5 +1,6 @@
 // The whole flow from channel to new table: Record, Adjust, Re-use, and
 // the files on disk that tell the story.
+#include "archivecheck.h"
 #include "station.h"
 
 #include "flow_questions.h"
@@ -57,21 +58,6 @@ void record(Station &station, const char *choice, const QString &description = Q
         dialog->findChild<QLineEdit *>(QStringLiteral("txtComment"))->setText(description);
     });
     station.window().form()->btnRecordData->click();
-}
-
-QStringList history_modes(const QString &archive)
-{
-    QFile file(archive);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    QStringList modes;
-    const QRegularExpression first_line(QStringLiteral("^\\d+ \"[^\"]*\" '([A-Za-z_-]+)'"));
-    for (const QString &line : QString::fromLatin1(file.readAll()).split('\n')) {
-        const QRegularExpressionMatch match = first_line.match(line);
-        if (match.hasMatch())
-            modes << match.captured(1);
-    }
-    return modes;
 }
 
 QStringList reports(const Station &station, const QString &table)
