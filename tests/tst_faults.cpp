@@ -2,7 +2,10 @@
 // disk, a process killed while it appends, damaged files and hostile names
 // from the host's memory.  The utility must go on, keep every complete
 // record of the archive and never leave a cut table file.
+#include "archivetext.h"
+#include "clock.h"
 #include "dialoganswerer.h"
+#include "environment_settings.h"
 #include "functions.h"
 #include "history.h"
 #include "mainwindow.h"
@@ -10,15 +13,11 @@
 #include "rebuild.h"
 #include "report.h"
 #include "simcell.h"
-#include "startup.h"
 #include "station.h"
-#include "table_writer.h"
 #include "uut_ref.h"
 #include "vrel_cfg.h"
 #include "vrel_util.h"
 #include "worker.h"
-#include "clock.h"
-#include "environment_settings.h"
 
 #include <orvane/cell.h>
 #include <orvane/shm.h>
@@ -27,10 +26,10 @@
 #include <orvane/units.h>
 
 #include <QDirIterator>
-#include <QRegularExpression>
 #include <QFile>
 #include <QMutexLocker>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QtTest>
 
 #include <fcntl.h>
@@ -268,28 +267,31 @@ const TableInfo *newest_record(const QString &archive)
     return static_cast<const TableInfo *>(records[0]);
 }
 
-// Checks that an archive is a run of whole copies of `record`, where a
-// copy cut off part way (a process killed inside its write) may stand
-// before the next whole one or at the end; the next one then starts on a
-// line of its own.  Returns what is wrong, or an empty text.
+// Checks that an archive is a run of whole copies of `record`, among which
+// copies cut off part way (a process killed inside its write) may stand;
+// the copy after a cut one starts on a line of its own.  Returns what is
+// wrong, or an empty text.
 QString check_whole_records(const QByteArray &archive, const QByteArray &record, int *whole)
 {
     *whole = 0;
     int at = 0;
     while (at < archive.size()) {
-        if (archive.mid(at, record.size()) == record) {
-            at += record.size();
+        // Each append starts with the opening lines, which a record holds
+        // only at its start: the next append begins at the next of them.
+        const int next = archive.indexOf(kArchiveRecordStart, at + 1);
+        QByteArray piece = archive.mid(at, next < 0 ? -1 : next - at);
+        if (piece == record) {
             ++*whole;
-            continue;
+        } else {
+            if (next >= 0 && piece.endsWith('\n') && !record.startsWith(piece))
+                piece.chop(1); // the line end put before the next record
+            if (!record.startsWith(piece) || piece.isEmpty())
+                return QStringLiteral("bytes %1 to %2 are no part of a record").arg(at).arg(at + piece.size());
         }
-        const int next = archive.indexOf(record, at + 1);
-        QByteArray torn = archive.mid(at, next < 0 ? -1 : next - at);
-        if (next >= 0 && torn.endsWith('\n') && !record.startsWith(torn))
-            torn.chop(1); // the line end put before the next record
-        if (!record.startsWith(torn) || torn.size() >= record.size())
-            return QStringLiteral("bytes %1 to %2 are no part of a record").arg(at).arg(at + torn.size());
         if (next < 0)
-            return QString(); // a cut record at the very end
+            break;
+        if (archive.at(next - 1) != '\n')
+            return QStringLiteral("the record at byte %1 does not start a line").arg(next);
         at = next;
     }
     return QString();
@@ -301,6 +303,20 @@ Q_DECLARE_METATYPE(Flow)
 
 namespace
 {
+
+// Counts the queued calls that reach an object, such as the ticks of the
+// worker's timer once the worker's thread runs its loop.
+class QueuedCalls : public QObject
+{
+  public:
+    int count = 0;
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::MetaCall)
+            ++count;
+        return false;
+    }
+};
 
 // A cell description with one channel of the given table name.
 QByteArray hostile_cell(const QByteArray &table)
@@ -318,8 +334,6 @@ class TestFaults : public QObject
   private slots:
     void cleanup();
 
-    void hostDiesDuringAverage_data();
-    void hostDiesDuringAverage();
     void readOnlyTables_data();
     void readOnlyTables();
     void unwritableFiles_data();
@@ -337,6 +351,10 @@ class TestFaults : public QObject
     void damagedCellDescription();
     void hostileTableNames_data();
     void hostileTableNames();
+    // Last: the windows it opens leave their threads running, and the
+    // tests above fork.
+    void hostDiesDuringAverage_data();
+    void hostDiesDuringAverage();
 };
 
 void TestFaults::cleanup()
@@ -360,6 +378,11 @@ void TestFaults::hostDiesDuringAverage()
     Station station;
     QVERIFY(station.open());
     QVERIFY(station.select(0));
+    // The worker's thread clears the averaging flag as it starts: a capture
+    // is started only once its timer ticks.
+    QueuedCalls ticks;
+    station.worker()->installEventFilter(&ticks);
+    QTRY_VERIFY_WITH_TIMEOUT(ticks.count > 0, 10000);
     averaging_count = 100;
     QSignalSpy finished(station.worker(), &Worker::finishedAveraging);
     station.row(0)->findChild<QPushButton *>(QStringLiteral("btnCapture"))->click();
@@ -394,6 +417,7 @@ void TestFaults::hostDiesDuringAverage()
     QTRY_VERIFY_WITH_TIMEOUT(std::fabs(live_millivolts(0) - before) > 1.0, 10000);
     QCOMPARE(cfg->channel, int16_t(0));
     QVERIFY(cfg->long_table.count > 0);
+    station.worker()->removeEventFilter(&ticks);
 }
 
 // ---------------------------------------------------------------- unwritable
@@ -705,16 +729,16 @@ void TestFaults::damagedFiles()
     QFETCH(Damage, damage);
     QFETCH(bool, logged);
     QFETCH(bool, tableData);
-    LoadedChannel cell;
-    QVERIFY(cell.open());
-    QCOMPARE(cell.load(channel), short(0));
+    LoadedChannel loaded;
+    QVERIFY(loaded.open());
+    QCOMPARE(loaded.load(channel), short(0));
     // Every file of the channel, written as the utility writes it.
-    cell.prepareAdjustment();
-    run_flow(Flow::AsFound, cell.record());
-    run_flow(Flow::UutRef, cell.record());
-    const QString path = cell.tables(file);
+    loaded.prepareAdjustment();
+    run_flow(Flow::AsFound, loaded.record());
+    run_flow(Flow::UutRef, loaded.record());
+    const QString path = loaded.tables(file);
     if (!tableData) // the archive would stand in for the table
-        QVERIFY(QFile::remove(cell.tables("oil_temp_in.save")));
+        QVERIFY(QFile::remove(loaded.tables("oil_temp_in.save")));
     const QByteArray good = file_bytes(path);
     QVERIFY2(!good.isEmpty(), qPrintable(path));
 
@@ -735,12 +759,12 @@ void TestFaults::damagedFiles()
         QVERIFY(write_bytes(path, malformed_text(good.left(good.size() / 3))));
         break;
     }
-    const QString log_before = cell.cell().hostLog();
+    const QString log_before = loaded.cell().hostLog();
 
-    QCOMPARE(cell.load(channel), short(0));
+    QCOMPARE(loaded.load(channel), short(0));
 
-    const VREL_CFG &r = *cell.record();
-    const QString log_lines = cell.cell().hostLog().mid(log_before.size());
+    const VREL_CFG &r = *loaded.record();
+    const QString log_lines = loaded.cell().hostLog().mid(log_before.size());
     if (logged)
         QVERIFY2(log_lines.contains(QFileInfo(path).fileName()), qPrintable(log_lines));
     QVERIFY(std::memchr(r.table_info.tbl_desc, '\0', sizeof r.table_info.tbl_desc));
@@ -789,12 +813,13 @@ void TestFaults::damagedSettings()
         break;
     }
     EnvSettings settings{};
+    EnvSettings *const window_settings = env_settings; // an earlier window's, kept for the process
     env_settings = &settings;
     load_environment_settings();
     QVERIFY(settings.env_vars_used == 0 || settings.env_vars_used == 1);
     QVERIFY(std::memchr(settings.room_temp_variable, '\0', sizeof settings.room_temp_variable));
     run_flow(Flow::Report, channel.record());
-    env_settings = nullptr;
+    env_settings = window_settings;
     QCOMPARE(QDir(channel.tables("verifications")).entryList(QDir::Files).size(), 1);
 }
 

@@ -50,7 +50,8 @@ void Worker::run()
     averaging_timer->setInterval(Sched_attr->tick);
     averaging_timer->setSingleShot(false);
     averaging_timer->start();
-    averaging_active = false;
+    // averaging_active starts false with the object; clearing it here, on
+    // the worker thread, would race with a capture pressed meanwhile.
     // The timer lives on this thread, the worker object on the GUI thread:
     // the automatic connection queues each tick to the GUI thread.
     connect(averaging_timer, &QTimer::timeout, this, &Worker::dealWithStatValuesAveraging);

@@ -338,12 +338,12 @@ void sibling_name(const char *tbl_name, long time, char *out, size_t size)
     std::snprintf(out, size, "/cell/tables/%s-%ld.poly_range", stem, time);
 }
 
-// Appends a record to the archive in one write, so that a process killed
-// or a disk filled part way through leaves no half record behind: a write
-// that fails part way is taken back.  An archive whose end is not a line
-// end lost the tail of a record some other way (an older writer, a crash
-// of the machine); the record then starts on a line of its own, so that
-// the reader still finds it and only the damaged one is lost.
+// Appends a record to the archive in one write; a write that fails part
+// way (a full disk) is taken back.  The kernel may still stop the copy of
+// a process killed inside the write between two pages, and a crash of the
+// machine may cut a record too: an archive whose end is not a line end
+// then gets the record on a line of its own, so that the reader still
+// finds it and only the cut one is lost.
 void append_whole_record(int fd, const char *text, size_t length)
 {
     struct stat st {};

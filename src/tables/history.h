@@ -12,7 +12,7 @@
 // tol_state.  For a POLYNOMIAL_RANGE table also writes the sibling
 // "/cell/tables/<name>-<time>.poly_range" that the record names.
 // The record is composed whole and appended in one write; a write that
-// fails part way is taken back, and a record after a damaged end of the
+// fails part way is taken back, and a record after a cut end of the
 // archive starts on a line of its own.
 // Returns 0 when done or when the archive cannot be opened (nothing is
 // written then), -1 when tbl_type is not a table type (nothing written).
