@@ -3,15 +3,18 @@
 // 1. One draw_plots_info call when nothing moved (cell frozen, after a
 //    first draw): the median over many calls.  It should be one 2568-byte
 //    comparison and two conversions, with no replot.
-// 2. The CPU time of the whole process over 10 s of event loop with a
+// 2. One draw when the live point moved, with its repaint.
+// 3. The CPU time of the whole process over 10 s of event loop with a
 //    channel selected, the monitor and worker threads running, as percent
 //    of one core: once with the cell's default noise and tick, once with a
 //    steady input.
 //
 // Runs against a simulated cell of its own (orvane-sim beside this
-// program).  Usage: bench_draw [calls]   (default 20000)
+// program), each figure in a process of its own.
+// Usage: bench_draw [calls]   (default 20000)
 #include "station.h"
 
+#include "calibrationplot.h"
 #include "mainwindow.h"
 #include "vrel_cfg.h"
 
@@ -22,6 +25,7 @@
 
 #include <QApplication>
 #include <QEventLoop>
+#include <QProcess>
 #include <QTimer>
 #include <QtTest>
 
@@ -115,6 +119,49 @@ int bench_idle_draw(int calls)
     return 0;
 }
 
+// The cost of a draw when the live point moved past the dead band, as a
+// noisy sensor makes it at every tick: the call (title, scales, the
+// point's sample, the replot request) and the repaint that follows it.
+int bench_moved_draw(int calls)
+{
+    Station station;
+    if (!open_station(station, {"--no-noise"}))
+        return 1;
+    if (!station.cell().command({"freeze"}) || !wait_two_ticks()) {
+        std::fprintf(stderr, "bench_draw: the cell did not freeze\n");
+        return 1;
+    }
+    MainWindow &window = station.window();
+    cfg->table_changed = 1;
+    window.draw_plots_info(cfg);
+    QCoreApplication::processEvents();
+
+    // The cell is frozen: the reading is moved here, by a step of the dead
+    // band each call, so that the title changes too.
+    auto *millivolts = static_cast<orv_millivolts *>(orvane_segment_attach_rw(ORV_SEG_MILLIVOLTS, nullptr));
+    if (!millivolts)
+        return 1;
+    const double resting = millivolts[kChannel].value;
+    std::vector<double> draws, repaints;
+    draws.reserve(size_t(calls));
+    repaints.reserve(size_t(calls));
+    for (int i = 0; i < calls; ++i) {
+        millivolts[kChannel].value = resting + 0.002 * (i % 2);
+        const auto start = std::chrono::steady_clock::now();
+        window.draw_plots_info(cfg);
+        const auto drawn = std::chrono::steady_clock::now();
+        QCoreApplication::processEvents();
+        const auto painted = std::chrono::steady_clock::now();
+        draws.push_back(std::chrono::duration<double, std::micro>(drawn - start).count());
+        repaints.push_back(std::chrono::duration<double, std::micro>(painted - drawn).count());
+    }
+    std::sort(draws.begin(), draws.end());
+    std::sort(repaints.begin(), repaints.end());
+    std::printf("moved draw_plots_info (%d calls): median %.0f us for the call, %.0f us for the repaint\n", calls,
+                draws[draws.size() / 2], repaints[repaints.size() / 2]);
+    return 0;
+}
+
 int bench_idle_cpu(const QStringList &options, const char *what)
 {
     Station station;
@@ -122,7 +169,9 @@ int bench_idle_cpu(const QStringList &options, const char *what)
         return 1;
     QTest::qWait(500); // the load's first draws and repaints are over
     PaintCounter paints;
-    QWidget *canvas = station.window().form()->dataPlot->canvas();
+    CalibrationPlot *plot = station.window().form()->dataPlot;
+    QWidget *canvas = plot->canvas();
+    const int layouts_before = plot->layoutCount();
     canvas->installEventFilter(&paints);
     const auto wall_start = std::chrono::steady_clock::now();
     const double cpu_start = cpu_seconds();
@@ -134,9 +183,28 @@ int bench_idle_cpu(const QStringList &options, const char *what)
     const double cpu = cpu_seconds() - cpu_start;
     const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wall_start).count();
     canvas->removeEventFilter(&paints);
-    std::printf("idle CPU, channel %d selected, %.1f s, %s: %.2f %% of one core (%.3f s CPU, %d plot repaints)\n",
-                kChannel, wall, what, 100.0 * cpu / wall, cpu, paints.count);
+    std::printf("idle CPU, channel %d selected, %.1f s, %s: %.2f %% of one core (%.3f s CPU, %d plot repaints, "
+                "%d layouts)\n",
+                kChannel, wall, what, 100.0 * cpu / wall, cpu, paints.count, plot->layoutCount() - layouts_before);
     return 0;
+}
+
+// Each figure is taken in a process of its own, as the program has one
+// window: a window's monitor thread runs until its process ends, and the
+// threads of an earlier window would add their wake-ups to the next
+// figure's CPU time.
+int run_phase(const QString &phase, int calls)
+{
+    if (phase == QLatin1String("idle-draw"))
+        return bench_idle_draw(calls);
+    if (phase == QLatin1String("moved-draw"))
+        return bench_moved_draw(std::min(calls, 500));
+    if (phase == QLatin1String("cpu-noise"))
+        return bench_idle_cpu({}, "cell default tick and noise");
+    if (phase == QLatin1String("cpu-steady"))
+        return bench_idle_cpu({"--no-noise"}, "steady input");
+    std::fprintf(stderr, "bench_draw: no phase %s\n", qPrintable(phase));
+    return 2;
 }
 
 } // namespace
@@ -146,11 +214,16 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    const int calls = argc > 1 ? std::max(1, std::atoi(argv[1])) : 20000;
-    int status = bench_idle_draw(calls);
-    if (status == 0)
-        status = bench_idle_cpu({}, "cell default tick and noise");
-    if (status == 0)
-        status = bench_idle_cpu({"--no-noise"}, "steady input");
-    return status;
+    const QStringList arguments = app.arguments();
+    const int calls = arguments.size() > 1 ? std::max(1, arguments.at(1).toInt()) : 20000;
+    if (arguments.size() > 3 && arguments.at(2) == QLatin1String("--phase"))
+        return run_phase(arguments.at(3), calls);
+    for (const char *phase : {"idle-draw", "moved-draw", "cpu-noise", "cpu-steady"}) {
+        std::fflush(stdout);
+        const int status = QProcess::execute(app.applicationFilePath(),
+                                             {QString::number(calls), "--phase", QString::fromLatin1(phase)});
+        if (status != 0)
+            return status < 0 ? 1 : status;
+    }
+    return 0;
 }

@@ -274,22 +274,21 @@ void TestLoading::tablePaths_data()
 {
     QTest::addColumn<int>("channel");
     QTest::addColumn<int>("field");
-    QTest::addColumn<QString>("absolute");
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("extension");
 
     const QString name = QString::fromLatin1(kTableName);
     const QString long_name = QString::fromLatin1(kLongName);
     const char *const fields[] = {"tbl_file", "save_file", "old_file",
                                   "ref_file", "uut_file",  "report_file"};
-    const char *const paths[] = {"/cell/tables/%1.tbl",
-                                 "/cell/tables/%1.save",
-                                 "/cell/tables/%1.old",
-                                 "/cell/tables/uut_ref_data/%1.ref",
-                                 "/cell/tables/uut_ref_data/%1.uut",
-                                 "/cell/tables/verifications/%1"};
+    const char *const folders[] = {"/cell/tables/", "/cell/tables/", "/cell/tables/",
+                                   "/cell/tables/uut_ref_data/", "/cell/tables/uut_ref_data/",
+                                   "/cell/tables/verifications/"};
+    const char *const extensions[] = {".tbl", ".save", ".old", ".ref", ".uut", ""};
     for (int f = 0; f < 6; ++f) {
-        QTest::addRow("%s", fields[f]) << 0 << f << QString::fromLatin1(paths[f]).arg(name);
-        QTest::addRow("%s, 79-character name", fields[f])
-            << 3 << f << QString::fromLatin1(paths[f]).arg(long_name);
+        QTest::addRow("%s", fields[f]) << 0 << f << folders[f] << name << extensions[f];
+        QTest::addRow("%s, 79-character name", fields[f]) << 3 << f << folders[f] << long_name << extensions[f];
     }
 }
 
@@ -297,22 +296,26 @@ void TestLoading::tablePaths()
 {
     QFETCH(int, channel);
     QFETCH(int, field);
-    QFETCH(QString, absolute);
+    QFETCH(QString, folder);
+    QFETCH(QString, name);
+    QFETCH(QString, extension);
 
     DialogAnswerer answerer;
     QCOMPARE(loadChannel(channel, answerer), short(0));
     const char *const fields[] = {record_->tbl_file, record_->save_file, record_->old_file,
                                   record_->ref_file, record_->uut_file,  record_->report_file};
-    const QByteArray full = cell_->path(absolute).toLocal8Bit();
-    // A name of 79 characters passes the 100-byte field under any root:
-    // the path is cut there, and always ended.
-    const QByteArray expected = full.left(int(sizeof record_->tbl_file) - 1);
+    const QByteArray rooted_folder = cell_->path(folder).toLocal8Bit();
+    const int room = int(sizeof record_->tbl_file) - 1 - rooted_folder.size() - extension.size();
+    QVERIFY2(room > 8, "the test root leaves no room for a name");
+    // A name too long for the 100-byte field under this root is cut; the
+    // folder and the extension stay, so the channel's files stay apart.
+    const QByteArray expected = rooted_folder + name.toLatin1().left(room) + extension.toLatin1();
     QCOMPARE(QByteArray(fields[field]), expected);
-    if (full.size() >= int(sizeof record_->tbl_file)) {
-        const QRegularExpression cut(
-            QStringLiteral("vrel_util:\\d+ sev 1 code 0 copyn cut a text to 99 bytes"));
-        QVERIFY(cell_->hostLog().contains(cut));
-    }
+    QVERIFY(expected.size() < int(sizeof record_->tbl_file));
+    const QRegularExpression cut(QStringLiteral("vrel_util:\\d+ sev 1 code 0 table name '%1' cut to %2 characters")
+                                     .arg(name)
+                                     .arg(room));
+    QCOMPARE(cell_->hostLog().contains(cut), name.size() > room);
 }
 
 void TestLoading::loadChannelMessages_data()

@@ -1,12 +1,12 @@
 // vrel_autopilot: runs a whole calibration of the simulated cell through
 // the utility's own window; see autopilot_run.h and `vrel_autopilot --help`.
 #include "autopilot_run.h"
+#include "startup.h"
 
 #include <QApplication>
 #include <QTextStream>
 #include <QTimer>
 
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -34,9 +34,8 @@ void refuse_silent_exit()
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
-    // As in the utility: the files the host reads are written in the C locale.
-    std::setlocale(LC_NUMERIC, "C");
-    std::setlocale(LC_TIME, "C");
+    // As in the utility: the C locale for the files, the form's font.
+    prepare_application();
 
     QTextStream out(stdout);
     QTextStream err(stderr);

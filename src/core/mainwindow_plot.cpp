@@ -24,6 +24,7 @@
 #include <qwt_plot_canvas.h>
 #include <qwt_plot_curve.h>
 #include <qwt_symbol.h>
+#include <qwt_text_label.h>
 
 namespace {
 
@@ -79,6 +80,17 @@ void MainWindow::setupPlot()
     ui->dataPlot->insertLegend(legend, QwtPlot::BottomLegend, -1.0);
     ui->dataPlot->setAxisTitle(QwtPlot::xBottom, QStringLiteral("Millivolts (mv)"));
     ui->dataPlot->setCanvasBackground(QBrush(Qt::white, Qt::SolidPattern));
+    // The live point replots the plot at the monitor's 10 Hz whenever the
+    // reading moves past the dead band, which a real sensor's noise does.
+    // A canvas that keeps a copy of itself would make a new canvas-sized
+    // pixmap for each of those replots only to copy it to the screen; the
+    // items are few and are drawn straight onto the canvas instead.
+    if (auto *canvas = qobject_cast<QwtPlotCanvas *>(ui->dataPlot->canvas()))
+        canvas->setPaintAttribute(QwtPlotCanvas::BackingStore, false);
+    // The title changes with every such move: painted on a background of
+    // its own, it does not make the window, the frame and the plot behind
+    // it paint that strip again each time.
+    ui->dataPlot->titleLabel()->setAutoFillBackground(true);
 
     for (int i = 0; i < CurveCount; ++i) {
         const CurveLook &look = kLooks[i];

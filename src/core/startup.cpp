@@ -8,15 +8,26 @@
 #include <orvane/strings.h>
 #include <orvane/units.h>
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QSocketNotifier>
 
+#include <clocale>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
+
+void prepare_application()
+{
+    std::setlocale(LC_NUMERIC, "C");
+    std::setlocale(LC_TIME, "C");
+    QFont font = QApplication::font();
+    font.setPointSize(11);
+    QApplication::setFont(font);
+}
 
 bool parse_debug_flag(int argc, char **argv)
 {

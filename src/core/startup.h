@@ -7,6 +7,13 @@
 class QWidget;
 struct CellInfo;
 
+// Right after the QApplication is made: the C library back in the C
+// locale for numbers and times (Qt has just set it from the environment,
+// and the files the host reads are in the C locale), and the form's 11
+// points as the application's font (widgets that carry a style sheet take
+// their font from the application, not from the form).
+void prepare_application();
+
 // "-d" counts only as the first argument.
 bool parse_debug_flag(int argc, char **argv);
 

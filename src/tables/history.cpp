@@ -2,6 +2,7 @@
 
 #include "clock.h"
 #include "functions.h"
+#include "replacement_file.h"
 #include "table_writer.h"
 #include "vrel_util.h"
 #include "writer_support.h"
@@ -311,7 +312,8 @@ void fill_default_range(TablePoly &poly, int range)
 // in force, one logical line each.
 void write_poly_range_file(const char *path, TableInfo &table)
 {
-    FILE *file = std::fopen(path, "w");
+    ReplacementFile replacement(path);
+    FILE *file = replacement.stream();
     if (!file)
         return;
     for (int r = 0; r < kMaxRanges; ++r) {
@@ -323,8 +325,8 @@ void write_poly_range_file(const char *path, TableInfo &table)
                          bounded_count(poly.raw_data.count, kMaxPoints));
     }
     std::fprintf(file, "\n\n");
-    std::fclose(file);
-    put_rcs_specs(path);
+    if (replacement.commit())
+        put_rcs_specs(path);
 }
 
 // The sibling's name as the record gives it, a host path like every

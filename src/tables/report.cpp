@@ -2,6 +2,7 @@
 
 #include "clock.h"
 #include "functions.h"
+#include "replacement_file.h"
 #include "uut_ref.h"
 #include "vrel_cfg.h"
 #include "writer_support.h"
@@ -237,7 +238,8 @@ void write_calibration_report(uint16_t action)
                       .toString(vrel_now_qt(), QStringLiteral("MMddyyyyhhmmss"))
                       .toLatin1()
                       .constData());
-    FILE *file = std::fopen(path, "w");
+    ReplacementFile replacement(path);
+    FILE *file = replacement.stream();
     if (!file)
         return;
     end_report_texts(record);
@@ -248,5 +250,5 @@ void write_calibration_report(uint16_t action)
     write_statistics(rows, record, channel);
     write_reference_and_uut(rows, record, channel);
     write_environment(rows, record);
-    std::fclose(file);
+    replacement.commit();
 }

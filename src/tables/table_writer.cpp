@@ -1,16 +1,13 @@
 #include "table_writer.h"
 
 #include "clock.h"
+#include "replacement_file.h"
 #include "writer_support.h"
 
 #include <orvane/strings.h>
 #include <orvane/tables.h>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -353,75 +350,6 @@ void write_data(FILE *file, VREL_CFG *record)
         break; // other types end after their type section
     }
 }
-
-// The new table file is written beside the old one under a name of its
-// own and renamed over it only once it is whole, so that a full disk, a
-// folder that refuses writes or a process killed part way leaves the
-// previous table as it was, never a cut one that the builder would read.
-class ReplacementFile
-{
-  public:
-    explicit ReplacementFile(const char *path) : path_(path)
-    {
-        struct stat old {};
-        const bool replacing = stat(path, &old) == 0 && S_ISREG(old.st_mode);
-        // A table that fopen's "w" could not open is not replaced either.
-        if (replacing) {
-            const int probe = open(path, O_WRONLY | O_CLOEXEC);
-            if (probe < 0)
-                return;
-            close(probe);
-        }
-        for (int attempt = 0; attempt < 100 && !stream_; ++attempt) {
-            temporary_ = path_ + ".partial-" + std::to_string(getpid()) + "-" + std::to_string(attempt);
-            // As fopen's "w" would make it; a table that is replaced keeps its mode.
-            const int fd = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-            if (fd < 0) {
-                if (errno == EEXIST)
-                    continue;
-                return;
-            }
-            if (replacing)
-                fchmod(fd, old.st_mode & 07777);
-            stream_ = fdopen(fd, "w");
-            if (!stream_) {
-                close(fd);
-                unlink(temporary_.c_str());
-                return;
-            }
-        }
-    }
-    ~ReplacementFile()
-    {
-        if (stream_) {
-            std::fclose(stream_);
-            unlink(temporary_.c_str());
-        }
-    }
-    ReplacementFile(const ReplacementFile &) = delete;
-    ReplacementFile &operator=(const ReplacementFile &) = delete;
-
-    FILE *stream() const { return stream_; }
-
-    // Puts the new file in the old one's place; false, with the old file
-    // untouched and the new one gone, when any write failed.
-    bool commit()
-    {
-        FILE *stream = stream_;
-        stream_ = nullptr;
-        const bool written = std::fflush(stream) == 0 && !std::ferror(stream) && fsync(fileno(stream)) == 0;
-        const bool closed = std::fclose(stream) == 0;
-        if (written && closed && std::rename(temporary_.c_str(), path_.c_str()) == 0)
-            return true;
-        unlink(temporary_.c_str());
-        return false;
-    }
-
-  private:
-    std::string path_;
-    std::string temporary_;
-    FILE *stream_ = nullptr;
-};
 
 } // namespace
 

@@ -1,6 +1,7 @@
 #include "uut_ref.h"
 
 #include "clock.h"
+#include "replacement_file.h"
 #include "vrel_callbacks.h"
 #include "writer_support.h"
 
@@ -33,24 +34,24 @@ template <size_t N> void write_keyword(FILE *file, const char *keyword, char (&f
     std::fprintf(file, "%s\n%s\n\n", keyword, ended(field));
 }
 
-// Opens the file for a rewrite and stamps it; null when it cannot be
-// opened, and nothing is written then.
-FILE *begin_file(const char *path, const char *updated_keyword)
+// Stamps a rewrite of the file; false when it cannot be made, and
+// nothing is written then.
+bool begin_file(const ReplacementFile &file, const char *updated_keyword)
 {
-    FILE *file = std::fopen(path, "w");
-    if (file)
-        std::fprintf(file, "%s\n%s\n\n", updated_keyword,
-                     QLocale::c()
-                         .toString(vrel_now_qt(), QStringLiteral("MM/dd/yyyy hh:mm:ss"))
-                         .toLatin1()
-                         .constData());
-    return file;
+    if (!file.stream())
+        return false;
+    std::fprintf(file.stream(), "%s\n%s\n\n", updated_keyword,
+                 QLocale::c()
+                     .toString(vrel_now_qt(), QStringLiteral("MM/dd/yyyy hh:mm:ss"))
+                     .toLatin1()
+                     .constData());
+    return true;
 }
 
-void end_file(FILE *file, uint16_t action)
+void end_file(ReplacementFile &file, uint16_t action)
 {
-    std::fprintf(file, "%s\n%s\n", kActionKeyword, record_action_word(action));
-    std::fclose(file);
+    std::fprintf(file.stream(), "%s\n%s\n", kActionKeyword, record_action_word(action));
+    file.commit();
 }
 
 void clear_uut_block(VREL_CFG *record)
@@ -133,9 +134,10 @@ void read_ref_data(VREL_CFG *record)
 void write_uut_data(VREL_CFG *record, uint16_t action)
 {
     const CLocaleScope c_locale;
-    FILE *file = begin_file(ended(record->uut_file), "@UUT_FILE_UPDATED_KEYWORD");
-    if (!file)
+    ReplacementFile replacement(ended(record->uut_file));
+    if (!begin_file(replacement, "@UUT_FILE_UPDATED_KEYWORD"))
         return;
+    FILE *file = replacement.stream();
     write_keyword(file, "@UUT_MFG_KEYWORD", record->uut_mfg);
     write_keyword(file, "@UUT_MODEL_KEYWORD", record->uut_model);
     write_keyword(file, "@UUT_SN_KEYWORD", record->uut_sn);
@@ -146,20 +148,21 @@ void write_uut_data(VREL_CFG *record, uint16_t action)
                  ended(record->uut_full_scale_units));
     std::fprintf(file, "%s\n%lf[%s]\n\n", "@UUT_ERROR_LIMIT_KEYWORD", record->uut_error_limit,
                  ended(record->uut_error_limit_units));
-    end_file(file, action);
+    end_file(replacement, action);
 }
 
 void write_ref_data(VREL_CFG *record, uint16_t action)
 {
     const CLocaleScope c_locale;
-    FILE *file = begin_file(ended(record->ref_file), "@REF_FILE_UPDATED_KEYWORD");
-    if (!file)
+    ReplacementFile replacement(ended(record->ref_file));
+    if (!begin_file(replacement, "@REF_FILE_UPDATED_KEYWORD"))
         return;
+    FILE *file = replacement.stream();
     write_keyword(file, "@REF_MANUFACTURER_KEYWORD", record->ref_mfg);
     write_keyword(file, "@REF_MODEL_KEYWORD", record->ref_model);
     write_keyword(file, "@REF_SER_NUM_KEYWORD", record->ref_ser_num);
     write_keyword(file, "@REF_EQUIP_NUM_KEYWORD", record->ref_equip_num);
     write_keyword(file, "@REF_CAL_DUE_DATE_KEYWORD", record->ref_cal_due_date);
     write_keyword(file, "@REF_PHYSICAL_CON_KEYWORD", record->ref_physical_con);
-    end_file(file, action);
+    end_file(replacement, action);
 }

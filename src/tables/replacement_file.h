@@ -1,0 +1,31 @@
+// A file that is written whole or not at all.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+// The new file is written beside the old one under a name of its own and
+// renamed over it only once it is whole, so that a full disk, a folder
+// that refuses writes or a process killed part way leaves the previous
+// file as it was (or no file, where there was none), never a cut one that
+// the host, the laboratory system or the next load would read.
+class ReplacementFile
+{
+  public:
+    explicit ReplacementFile(const char *path);
+    ~ReplacementFile();
+    ReplacementFile(const ReplacementFile &) = delete;
+    ReplacementFile &operator=(const ReplacementFile &) = delete;
+
+    // Null when the file cannot be made: nothing is to be written then.
+    FILE *stream() const { return stream_; }
+
+    // Puts the new file in the old one's place; false, with the old file
+    // untouched and the new one gone, when any write failed.
+    bool commit();
+
+  private:
+    std::string path_;
+    std::string temporary_;
+    FILE *stream_ = nullptr;
+};
