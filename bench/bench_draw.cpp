@@ -91,19 +91,28 @@ bool open_station(Station &station, const QStringList &options)
     return QTest::qWaitForWindowExposed(&station.window());
 }
 
+// A station on a frozen cell, drawn once with everything (table_changed
+// set), so that the next draw has only what the bench changes.
+bool open_frozen_station(Station &station)
+{
+    if (!open_station(station, {"--no-noise"}))
+        return false;
+    if (!station.cell().command({"freeze"}) || !wait_two_ticks()) {
+        std::fprintf(stderr, "bench_draw: the cell did not freeze\n");
+        return false;
+    }
+    cfg->table_changed = 1;
+    station.window().draw_plots_info(cfg);
+    QCoreApplication::processEvents();
+    return true;
+}
+
 int bench_idle_draw(int calls)
 {
     Station station;
-    if (!open_station(station, {"--no-noise"}))
+    if (!open_frozen_station(station))
         return 1;
-    if (!station.cell().command({"freeze"}) || !wait_two_ticks()) {
-        std::fprintf(stderr, "bench_draw: the cell did not freeze\n");
-        return 1;
-    }
     MainWindow &window = station.window();
-    cfg->table_changed = 1; // the first draw does everything once
-    window.draw_plots_info(cfg);
-    QCoreApplication::processEvents();
 
     std::vector<double> micros;
     micros.reserve(size_t(calls));
@@ -125,16 +134,9 @@ int bench_idle_draw(int calls)
 int bench_moved_draw(int calls)
 {
     Station station;
-    if (!open_station(station, {"--no-noise"}))
+    if (!open_frozen_station(station))
         return 1;
-    if (!station.cell().command({"freeze"}) || !wait_two_ticks()) {
-        std::fprintf(stderr, "bench_draw: the cell did not freeze\n");
-        return 1;
-    }
     MainWindow &window = station.window();
-    cfg->table_changed = 1;
-    window.draw_plots_info(cfg);
-    QCoreApplication::processEvents();
 
     // The cell is frozen: the reading is moved here, by a step of the dead
     // band each call, so that the title changes too.

@@ -188,12 +188,7 @@ QByteArray TstHistory::appendOne(VREL_CFG &record, uint16_t cal_mode, int *resul
 
 void TstHistory::recordOfEachMode_data()
 {
-    QTest::addColumn<int>("which");
-    QTest::addColumn<QString>("locale");
-    for (const QString &locale : station_locales())
-        for (int i = 0; i < int(sizeof mode_cases / sizeof mode_cases[0]); ++i)
-            QTest::newRow(qPrintable(QStringLiteral("%1 [%2]").arg(mode_cases[i].name, locale)))
-                << i << locale;
+    add_case_rows(mode_cases);
 }
 
 void TstHistory::recordOfEachMode()

@@ -280,12 +280,7 @@ void TstTableWriter::initTestCase()
 
 void TstTableWriter::goldenFile_data()
 {
-    QTest::addColumn<int>("which");
-    QTest::addColumn<QString>("locale");
-    for (const QString &locale : station_locales())
-        for (int i = 0; i < int(sizeof golden_cases / sizeof golden_cases[0]); ++i)
-            QTest::newRow(qPrintable(QStringLiteral("%1 [%2]").arg(golden_cases[i].name, locale)))
-                << i << locale;
+    add_case_rows(golden_cases);
 }
 
 void TstTableWriter::goldenFile()

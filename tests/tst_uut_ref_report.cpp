@@ -417,12 +417,7 @@ void TstUutRefReport::unwritableFileStands()
 
 void TstUutRefReport::report_data()
 {
-    QTest::addColumn<int>("which");
-    QTest::addColumn<QString>("locale");
-    for (const QString &locale : station_locales())
-        for (int i = 0; i < int(sizeof report_cases / sizeof report_cases[0]); ++i)
-            QTest::newRow(qPrintable(QStringLiteral("%1 [%2]").arg(report_cases[i].name, locale)))
-                << i << locale;
+    add_case_rows(report_cases);
 }
 
 void TstUutRefReport::report()

@@ -84,6 +84,18 @@ inline QStringList station_locales()
     return {QStringLiteral("C"), QStringLiteral("de_DE.UTF-8")};
 }
 
+// One row per case and station locale, named "<case> [<locale>]", in the
+// columns "which" (the case's index) and "locale".
+template <typename Case, size_t N> void add_case_rows(const Case (&cases)[N])
+{
+    QTest::addColumn<int>("which");
+    QTest::addColumn<QString>("locale");
+    for (const QString &locale : station_locales())
+        for (size_t i = 0; i < N; ++i)
+            QTest::newRow(qPrintable(QStringLiteral("%1 [%2]").arg(QString::fromLatin1(cases[i].name), locale)))
+                << int(i) << locale;
+}
+
 // Puts the whole process under a locale while it lives.
 class ProcessLocale
 {
