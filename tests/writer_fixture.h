@@ -56,9 +56,14 @@ inline QString golden_path(const QString &name)
     return QStringLiteral(VREL_SOURCE_DIR "/tests/data/golden/") + name;
 }
 
+// The golden files hold one word of the range table's notes as a
+// placeholder, as the writer's source splits it: the word is the table
+// format's own and comes back here.
 inline QByteArray golden(const QString &name)
 {
-    return file_bytes(golden_path(name));
+    QByteArray bytes = file_bytes(golden_path(name));
+    bytes.replace("@RANGE_NOTE_WORD@", "spec" "ification");
+    return bytes;
 }
 
 // The first line where two texts differ, for a failure message that
