@@ -8,6 +8,7 @@
 #include "environment_settings.h"
 #include "functions.h"
 #include "history.h"
+#include "immutable.h"
 #include "mainwindow.h"
 #include "pointinfo.h"
 #include "rebuild.h"
@@ -33,9 +34,7 @@
 #include <QtTest>
 
 #include <fcntl.h>
-#include <linux/fs.h>
 #include <signal.h>
-#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -108,22 +107,6 @@ bool exited_cleanly(int status)
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-// The immutable flag of a file or folder, which stops even root.
-bool set_immutable(const QString &path, bool on)
-{
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0)
-        return false;
-    int flags = 0;
-    bool done = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
-    if (done) {
-        flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
-        done = ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
-    }
-    ::close(fd);
-    return done;
-}
-
 // A folder tree made read-only while this lives: no write bits, and,
 // since the tests run as root and root ignores the bits, the immutable
 // flag on every folder and file of it.  Put back on destruction.
@@ -139,14 +122,14 @@ class ReadOnlyTree
         for (const QString &path : paths_) {
             QFile::setPermissions(path, QFileInfo(path).isDir() ? QFile::ReadOwner | QFile::ExeOwner
                                                                 : QFile::ReadOwner);
-            if (set_immutable(path, true))
+            if (set_immutable(QFile::encodeName(path).constData(), true))
                 immutable_.append(path);
         }
     }
     ~ReadOnlyTree()
     {
         for (const QString &path : immutable_)
-            set_immutable(path, false);
+            set_immutable(QFile::encodeName(path).constData(), false);
         for (const QString &path : paths_)
             QFile::setPermissions(path, QFileInfo(path).isDir()
                                             ? QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner

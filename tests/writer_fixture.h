@@ -4,6 +4,7 @@
 #pragma once
 
 #include "clock.h"
+#include "immutable.h"
 #include "vrel_cfg.h"
 
 #include <QByteArray>
@@ -136,8 +137,6 @@ class ProcessLocale
         QSKIP("this locale is not installed");
 
 #include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -156,12 +155,12 @@ class Unwritable
         ::chmod(path_.constData(), 0444);
         if (!writable())
             return;
-        immutable_ = set_immutable(true);
+        immutable_ = set_immutable(path_.constData(), true);
     }
     ~Unwritable()
     {
         if (immutable_)
-            set_immutable(false);
+            set_immutable(path_.constData(), false);
         ::chmod(path_.constData(), 0644);
     }
     Unwritable(const Unwritable &) = delete;
@@ -177,21 +176,6 @@ class Unwritable
         ::close(fd);
         return true;
     }
-    bool set_immutable(bool on) const
-    {
-        const int fd = ::open(path_.constData(), O_RDONLY);
-        if (fd < 0)
-            return false;
-        int flags = 0;
-        bool done = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
-        if (done) {
-            flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
-            done = ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
-        }
-        ::close(fd);
-        return done;
-    }
-
     QByteArray path_;
     bool immutable_ = false;
 };

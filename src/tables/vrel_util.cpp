@@ -329,6 +329,35 @@ int load_table(VREL_CFG *record)
     return result;
 }
 
+namespace
+{
+
+// folder + stem + extension under the host's root into a path field of
+// `size` bytes.
+void rooted_table_path(const char *folder, const char *stem, const char *extension, char *field, size_t size)
+{
+    char rooted[PATH_MAX];
+    host_path(folder, rooted, sizeof rooted);
+    const size_t fixed = std::strlen(rooted) + std::strlen(extension);
+    const size_t name = std::strlen(stem);
+    // A name too long for the field is cut, not the path: the channel's
+    // files stay in their folder, keep their extensions and so stay apart.
+    size_t kept = name;
+    if (fixed + name >= size) {
+        kept = fixed < size - 1 ? size - 1 - fixed : 0;
+        log_error(kModule, __LINE__, 1, 0, "table name '%s' cut to %zu characters in the path of its %s file",
+                  stem, kept, *extension ? extension : folder);
+    }
+    // Room for the rooted folder, a whole name and an extension.
+    char path[sizeof rooted + sizeof(TableInfo::tbl_name) + 16];
+    std::snprintf(path, sizeof path, "%s%.*s%s", rooted, static_cast<int>(kept), stem, extension);
+    // Under a root so long that not even the folder fits, copyn cuts the
+    // path and logs it.
+    copyn(kModule, __LINE__, field, path, size);
+}
+
+} // namespace
+
 void build_table_paths(VREL_CFG *record)
 {
     const struct {
@@ -347,27 +376,6 @@ void build_table_paths(VREL_CFG *record)
     table_file_stem(record->table_info.tbl_name, stem, sizeof stem);
     for (const auto &path : paths)
         rooted_table_path(path.folder, stem, path.extension, path.field, sizeof record->tbl_file);
-}
-
-void rooted_table_path(const char *folder, const char *stem, const char *extension, char *field, size_t size)
-{
-    char rooted[PATH_MAX];
-    host_path(folder, rooted, sizeof rooted);
-    const size_t fixed = std::strlen(rooted) + std::strlen(extension);
-    const size_t name = std::strlen(stem);
-    // A name too long for the field is cut, not the path: the channel's
-    // files stay in their folder, keep their extensions and so stay apart.
-    size_t kept = name;
-    if (fixed + name >= size) {
-        kept = fixed < size - 1 ? size - 1 - fixed : 0;
-        log_error(kModule, __LINE__, 1, 0, "table name '%s' cut to %zu characters in the path of its %s file",
-                  stem, kept, *extension ? extension : folder);
-    }
-    char path[PATH_MAX];
-    std::snprintf(path, sizeof path, "%s%.*s%s", rooted, static_cast<int>(kept), stem, extension);
-    // Under a root so long that not even the folder fits, copyn cuts the
-    // path and logs it.
-    copyn(kModule, __LINE__, field, path, size);
 }
 
 void table_file_stem(const char *name, char *out, size_t size)

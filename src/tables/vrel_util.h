@@ -46,16 +46,14 @@ int reload_if_active(VREL_CFG *record);
 void reset_axis_scale(axis_scale *scale);
 
 // The six paths of the channel's files under the host's root, built from
-// tbl_name; each is cut safely at its 100-byte field (and logged so).
+// tbl_name.  A name too long for a 100-byte field is cut there (and the
+// cut logged); the folder and the extension are kept.
 void build_table_paths(VREL_CFG *record);
 
 // The table name as it enters a file name: the name comes from the host's
 // memory, and a '/' in it would lead out of the tables folder, so each one
 // becomes '_'.  out (size bytes) is always ended.
 void table_file_stem(const char *name, char *out, size_t size);
-// folder + stem + extension under the host's root into a path field of
-// `size` bytes, the stem cut (and the cut logged) where the whole does not fit.
-void rooted_table_path(const char *folder, const char *stem, const char *extension, char *field, size_t size);
 
 // Two-point interpolation from a SCALED table's factor (raw_data.x[0] of
 // range 0): a line through (0, 0) and (100, 100 * factor).
