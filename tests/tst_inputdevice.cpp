@@ -734,9 +734,12 @@ void TestInputDevice::dialogFieldsOnATouchStation_data()
     // These two carry the property but were never in the dialog's list.
     QTest::newRow("table info, model") << "config" << "txtUUTModel" << "none";
     QTest::newRow("table info, M&TE") << "config" << "txtUUT_MTE" << "none";
-    // The reference dialog keeps no filter of its own.
-    QTest::newRow("reference, manufacturer") << "reference" << "txtCurrRefMfg" << "none";
-    QTest::newRow("reference, due date") << "reference" << "txtCurrRefCalDueDate" << "none";
+    // Without a keyboard a channel with no reference data would be refused.
+    QTest::newRow("reference, manufacturer") << "reference" << "txtCurrRefMfg" << "keyboard";
+    QTest::newRow("reference, model") << "reference" << "txtCurrRefModel" << "keyboard";
+    QTest::newRow("reference, serial number") << "reference" << "txtCurrRefSN" << "keyboard";
+    QTest::newRow("reference, equipment number") << "reference" << "txtCurrRefEquipNum" << "keyboard";
+    QTest::newRow("reference, due date") << "reference" << "txtCurrRefCalDueDate" << "keyboard";
     QTest::newRow("record type, description") << "savetype" << "txtComment" << "keyboard";
     // clang-format on
 }

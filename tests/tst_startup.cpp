@@ -82,10 +82,8 @@ void TestStartup::linkOrderStopsAtFirstMissing()
     for (int i = 0; i < rows.size(); ++i) {
         if (i < missing)
             QVERIFY2(*rows[i].pointer && *rows[i].pointer != untouched, qPrintable(QString::number(i)));
-        else if (i == missing)
-            QVERIFY(!*rows[i].pointer);
         else
-            QCOMPARE(*rows[i].pointer, untouched); // no attempt at the rest
+            QCOMPARE(*rows[i].pointer, untouched); // the missing one keeps its memory; no attempt at the rest
     }
 }
 

@@ -118,11 +118,8 @@ bool PointInfo::eventFilter(QObject *object, QEvent *event)
     // On a touch station a double click on the value asks the input device
     // for its panel directly: the row lies too deep for the
     // application-wide route.
-    if (touch_screen && input_device && object == ui->txtCurrentValue &&
-        event->type() == QEvent::MouseButtonDblClick) {
-        QEvent request(QEvent::RequestSoftwareInputPanel);
-        input_device->open_panel_for(object, &request);
-    }
+    if (touch_screen && object == ui->txtCurrentValue && event->type() == QEvent::MouseButtonDblClick)
+        request_input_panel(object);
     return false;
 }
 

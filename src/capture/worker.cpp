@@ -23,11 +23,25 @@ double host_variable_value(const void *variable)
     return value;
 }
 
+int next_sample_count(int count)
+{
+    // An average whose target was lowered below its count goes on until
+    // the count wraps round to it: a wrap, not an overflow.
+    return static_cast<int>(static_cast<unsigned>(count) + 1u);
+}
+
 namespace {
 
-bool environment_in_use()
+bool environment_switched_on()
 {
     return env_settings && env_settings->env_vars_used;
+}
+
+// Sampled only once the environment form has resolved all three host
+// variables: a form left with Escape resolves none of them.
+bool environment_in_use()
+{
+    return environment_switched_on() && room_temp_var && humidity_var && barometer_var;
 }
 
 double live_engineering()
@@ -115,7 +129,7 @@ void Worker::dealWithStatValuesAveraging()
         x_statistics_acquire(&humidity_stats, host_variable_value(humidity_var), 0.0);
         x_statistics_acquire(&baro_stats, host_variable_value(barometer_var), 0.0);
     }
-    ++sample_count;
+    sample_count = next_sample_count(sample_count);
     emit samplesTaken(point_index, sample_count);
 }
 
@@ -158,7 +172,9 @@ void Worker::finishAverage()
     slot.eng_max = current_average.eng_max;
     std::memcpy(slot.capture_date, current_average.capture_date, sizeof slot.capture_date);
     std::memcpy(slot.capture_time, current_average.capture_time, sizeof slot.capture_time);
-    // Copied even without the environment: the slot then takes what an
-    // earlier average left.
-    cfg->env[point_index] = current_environment;
+    // Copied even with the environment switched off: the slot then takes
+    // what an earlier average left.  Switched on but never resolved, the
+    // slot keeps what it holds.
+    if (environment_in_use() || !environment_switched_on())
+        cfg->env[point_index] = current_environment;
 }

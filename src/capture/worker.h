@@ -20,6 +20,9 @@ extern EnvSample current_environment;
 // The live value of a resolved host variable (the f64 at byte 64).
 double host_variable_value(const void *variable);
 
+// The sample count after one more sample; INT_MAX is followed by INT_MIN.
+int next_sample_count(int count);
+
 class Worker : public QThread {
     Q_OBJECT
 public:

@@ -183,11 +183,8 @@ bool MainWindow::eventFilter(QObject *object, QEvent *event)
     // A double click on a keyboard field asks the input device for its
     // panel.  The request goes straight to the device: the application-wide
     // route would miss txtNumPoints, which lies only two levels down.
-    if (event->type() == QEvent::MouseButtonDblClick && input_device &&
-        touchFields().contains(qobject_cast<QWidget *>(object))) {
-        QEvent request(QEvent::RequestSoftwareInputPanel);
-        input_device->open_panel_for(object, &request);
-    }
+    if (event->type() == QEvent::MouseButtonDblClick && touchFields().contains(qobject_cast<QWidget *>(object)))
+        request_input_panel(object);
     return false;
 }
 

@@ -42,6 +42,10 @@ struct PointBlock {
     int count;
 };
 
+// The coefficients of a fit through `points` pairs at the chosen order:
+// never more than the points, nor than a table holds.
+int fit_coefficient_count(int points, int order);
+
 class MainWindow : public QMainWindow {
     Q_OBJECT
 public:

@@ -4,6 +4,7 @@
 // and holds the technician at the forms whose data the calibration needs.
 #include "mainwindow.h"
 
+#include "functions.h"
 #include "messageboxes.h"
 #include "monitorthread.h"
 #include "pointinfo.h"
@@ -18,6 +19,7 @@
 #include <qwt_plot.h>
 
 #include <QMutexLocker>
+#include <QSignalBlocker>
 
 #include <cmath>
 #include <cstring>
@@ -93,7 +95,13 @@ void MainWindow::clearChannel()
     ui->txtNumPoints->clear();
     ui->cboCalType->setCurrentIndex(0);
     ui->cboCalType->setEnabled(false);
-    ui->cboPolyRangeIndex->setCurrentIndex(0);
+    {
+        // Moving the range box would run its reset on the refused channel
+        // and bring its rows and controls back: the screen is to stay as
+        // at start-up.
+        const QSignalBlocker blocker(ui->cboPolyRangeIndex);
+        ui->cboPolyRangeIndex->setCurrentIndex(0);
+    }
     ui->cboPolyRangeIndex->setEnabled(false);
     blank_selection_allowed = true;
     releaseCurves(); // what the plot does not own
@@ -102,7 +110,8 @@ void MainWindow::clearChannel()
     ui->dataPlot->setTitle(QString());
     ui->dataPlot->setAxisTitle(QwtPlot::yLeft, QString());
     ui->dataPlot->replot();
-    cfg->unrecorded_changes = 0;
+    // Only the selection's working copy forgets its changes; what an
+    // accepted form changed in the record still stops a careless exit.
 }
 
 namespace {
@@ -133,7 +142,7 @@ void MainWindow::on_cboCurrentChannel_currentIndexChanged(const QString &text)
     }
     {
         QMutexLocker lock(cfg_mutex);
-        *working = *cfg;
+        copy_record(working.get(), cfg);
     }
     if (plot_detached) {
         setupPlot();
@@ -177,6 +186,7 @@ void MainWindow::on_cboCurrentChannel_currentIndexChanged(const QString &text)
 
     {
         QMutexLocker lock(cfg_mutex);
+        relink_if_lost();
         reload_if_active(working.get());
         ui->lblTableName->setText(QString::fromLatin1(working->table_info.tbl_name));
         working->x_scale.changed = 1;
@@ -186,7 +196,7 @@ void MainWindow::on_cboCurrentChannel_currentIndexChanged(const QString &text)
             stats.marker = stats.ref_value = stats.eng_mean = stats.eng_stdev = stats.eng_max = kNotMeasured;
             stats.eng_min = -kNotMeasured;
         }
-        *cfg = *working;
+        copy_record(cfg, working.get());
         showCalibrationControls(working.get());
     }
     plot_reset = true;

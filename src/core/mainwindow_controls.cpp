@@ -21,11 +21,19 @@
 
 namespace {
 
-// Items "1" to "k", in order.
+// The box holds exactly the items "1" to "k", in order.
 void fill_orders(QComboBox *box, int k)
 {
+    box->clear();
     for (int order = 1; order <= k; ++order)
         box->addItem(QString::number(order));
+}
+
+// The orders a POLYNOMIAL table of n points offers (n 0: those of its
+// coefficients).
+int polynomial_order_limit(int n, int num_coeff)
+{
+    return n == 0 ? num_coeff - 1 : (n > 8 ? 7 : n - 1);
 }
 
 // Selects an order by its exact text; an order the box lacks selects the last item.
@@ -70,7 +78,7 @@ void MainWindow::showCalibrationControls(VREL_CFG *record)
         const int num_coeff = table.dim.table_poly[range].num_coeff;
         ui->cboCalType->setCurrentIndex(1);
         orders->setEnabled(true);
-        fill_orders(orders, n == 0 ? num_coeff - 1 : (n > 8 ? 7 : n - 1));
+        fill_orders(orders, polynomial_order_limit(n, num_coeff));
         select_order(orders, num_coeff - 1);
         setPolyRangeItemEnabled(true);
         ui->coeffFrame->show();
@@ -119,6 +127,13 @@ void MainWindow::on_cboCalType_currentIndexChanged(int index)
         ui->cboPolyRangeIndex->setEnabled(false);
         ui->coeffFrame->show();
         select_order(ui->cboOrderOfPolynomial, 1);
+        {
+            // A range table's list may run past 7: a POLYNOMIAL offers its own.
+            const QSignalBlocker blocker(ui->cboOrderOfPolynomial);
+            const TablePoly &poly = table.dim.table_poly[range_in_use(cfg)];
+            fill_orders(ui->cboOrderOfPolynomial, polynomial_order_limit(poly.raw_data.count, poly.num_coeff));
+            select_order(ui->cboOrderOfPolynomial, 1);
+        }
         setPolyRangeItemEnabled(true);
         ui->cboOrderOfPolynomial->setEnabled(true);
     } else if (index == 2) {
@@ -142,8 +157,8 @@ void MainWindow::on_cboOrderOfPolynomial_currentIndexChanged(int index)
     cfg->unrecorded_changes = 0;
     const int16_t type = cfg->table_info.tbl_type;
     if (type == TBL_POLYNOMIAL || type == TBL_POLYNOMIAL_RANGE)
-        cfg->table_info.dim.table_poly[range_in_use(cfg)].num_coeff =
-            static_cast<int16_t>(ui->cboOrderOfPolynomial->currentText().toInt() + 1);
+        cfg->table_info.dim.table_poly[range_in_use(cfg)].num_coeff = static_cast<int16_t>(
+            std::min(ui->cboOrderOfPolynomial->currentText().toInt() + 1, kMaxCoeffs));
     refitAndRedraw();
     updateCoefficientLabels(cfg);
 }

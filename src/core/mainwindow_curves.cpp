@@ -18,6 +18,13 @@
 
 #include <algorithm>
 
+int fit_coefficient_count(int points, int order)
+{
+    // A range table offers orders up to one below its points, but a table
+    // holds eight coefficients: a higher order fits as order 7.
+    return std::min({points, order + 1, static_cast<int>(kMaxCoeffs)});
+}
+
 void MainWindow::refitCapturedPoints(VREL_CFG *record)
 {
     TablePoly &candidate = record->new_table_poly[range_in_use(record)];
@@ -42,13 +49,13 @@ void MainWindow::refitCapturedPoints(VREL_CFG *record)
         if (type_index == 0)
             c = 2;
         else if (type_index == 1 || type_index == 2)
-            c = std::min(n, ui->cboOrderOfPolynomial->currentText().toInt() + 1);
+            c = fit_coefficient_count(n, ui->cboOrderOfPolynomial->currentText().toInt());
     }
     double coefficients[kMaxCoeffs] = {};
     if (n > 1)
         polynomialfit(n, c, points.x, points.y, coefficients);
     candidate.num_coeff = static_cast<int16_t>(c);
-    for (int i = 0; i < c && i < kMaxCoeffs; ++i)
+    for (int i = 0; i < c; ++i)
         candidate.coeff[i] = coefficients[i];
 
     QList<QPair<double, double>> pairs;

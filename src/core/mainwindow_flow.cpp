@@ -201,8 +201,12 @@ void MainWindow::on_btnAdjustCalibration_clicked()
     stampDate(ui->txtAdjustCalibration);
     greyFlowButtons();
     takeFormTexts();
+    // The reload after the rebuild reads the UUT texts from a .uut that is
+    // rewritten only below: what the technician accepted is carried over it.
+    const UutEntry entered = uut_entry_of(cfg);
     save_calibration(cfg, CAL_ADJUSTED);
     rebuildTables(cfg);
+    restore_uut_entry(cfg, entered);
     ui->dataPlot->replot();
     clearRowFieldStyles();
     clear_new_table(cfg);

@@ -140,6 +140,8 @@ void restyle(QwtPlotCurve *curve, QPen &pen, QwtSymbol *symbol, Qt::PenStyle sty
 
 void MainWindow::drawPreviousCurve(VREL_CFG *record)
 {
+    if (plot_detached)
+        return; // a refused channel took the curves with it
     curves[PreviousCurve]->detach();
     curves[PreviousPolyCurve]->detach();
     ui->dataPlot->replot();
@@ -176,6 +178,8 @@ void MainWindow::drawPreviousCurve(VREL_CFG *record)
 
 void MainWindow::drawCapturedCurve(VREL_CFG *record)
 {
+    if (plot_detached)
+        return; // a refused channel took the curves with it
     curves[CapturedCurve]->detach();
     curves[CapturedPolyCurve]->detach();
     ui->dataPlot->replot();

@@ -54,6 +54,18 @@ VREL_CFG *get_cfg()
     return cfg;
 }
 
+void copy_record(VREL_CFG *to, const VREL_CFG *from)
+{
+    // The monitor thread writes the mark at any moment: it is neither read
+    // nor written here.
+    constexpr size_t mark = offsetof(VREL_CFG, monitor_mark);
+    constexpr size_t after = mark + sizeof(VREL_CFG::monitor_mark);
+    auto *out = reinterpret_cast<unsigned char *>(to);
+    const auto *in = reinterpret_cast<const unsigned char *>(from);
+    std::memcpy(out, in, mark);
+    std::memcpy(out + after, in + after, sizeof(VREL_CFG) - after);
+}
+
 bool equal_within_1e6(double a, double b)
 {
     return std::fabs(a - b) <= 1e-6;

@@ -218,6 +218,10 @@ void init_tolerance_texts();
 void set_cfg(VREL_CFG *record);
 VREL_CFG *get_cfg();
 
+// The whole record, but for the live monitor's mark, which the monitor
+// thread writes unguarded.
+void copy_record(VREL_CFG *to, const VREL_CFG *from);
+
 // True when the absolute difference is at most 1e-6.
 bool equal_within_1e6(double a, double b);
 

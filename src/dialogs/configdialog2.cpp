@@ -273,14 +273,6 @@ bool ConfigDialog2::eventFilter(QObject *object, QEvent *event)
     return false;
 }
 
-void ConfigDialog2::request_input_panel(QObject *widget)
-{
-    if (!input_device)
-        return;
-    QEvent request(QEvent::RequestSoftwareInputPanel);
-    input_device->open_panel_for(widget, &request);
-}
-
 void ConfigDialog2::changeEvent(QEvent *event)
 {
     QDialog::changeEvent(event);

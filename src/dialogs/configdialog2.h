@@ -45,7 +45,6 @@ class ConfigDialog2 : public QDialog
     double dialog_bias(int band);
 
     bool eventFilter(QObject *object, QEvent *event) override;
-    void request_input_panel(QObject *widget);
 
   protected:
     void changeEvent(QEvent *event) override;

@@ -1,5 +1,6 @@
 #include "referencedialog.h"
 
+#include "inputdevice.h"
 #include "messageboxes.h"
 #include "vrel_cfg.h"
 
@@ -75,8 +76,9 @@ ReferenceDialog::ReferenceDialog(QWidget *parent) : QDialog(parent, kTitledWindo
     QLineEdit *const current_fields[] = {ui->txtCurrRefMfg, ui->txtCurrRefModel, ui->txtCurrRefSN,
                                          ui->txtCurrRefEquipNum, ui->txtCurrRefCalDueDate};
     if (touch_screen) {
-        // The dialog filters nothing itself: these fields reach the
-        // on-screen keyboard through the application-wide route.
+        // Qt 5 hands a field's panel request to its own input method before
+        // any application filter: the fields open the keyboard on a double
+        // click, by the direct route, as the other forms' fields do.
         for (QLineEdit *field : current_fields) {
             field->setProperty("keyboard", true);
             field->installEventFilter(this);
@@ -111,6 +113,13 @@ ReferenceDialog::ReferenceDialog(QWidget *parent) : QDialog(parent, kTitledWindo
         all_known = all_known && known;
     }
     ui->btnMoveAll->setEnabled(all_known);
+}
+
+bool ReferenceDialog::eventFilter(QObject *object, QEvent *event)
+{
+    if (touch_screen && event->type() == QEvent::MouseButtonDblClick)
+        request_input_panel(object); // only the current fields are watched
+    return false;
 }
 
 ReferenceDialog::~ReferenceDialog()

@@ -54,6 +54,8 @@ public:
     bool current_info_missing();
     bool current_info_changed(const VREL_CFG *record);
 
+    bool eventFilter(QObject *object, QEvent *event) override;
+
 private slots:
     void on_btnOK_clicked();
     void on_btnCancel_clicked();

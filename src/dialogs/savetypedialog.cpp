@@ -65,11 +65,8 @@ bool SaveTypeDialog::as_found_selected() const
 
 bool SaveTypeDialog::eventFilter(QObject *object, QEvent *event)
 {
-    if (touch_screen && input_device && object == ui->txtComment &&
-        event->type() == QEvent::MouseButtonDblClick) {
-        QEvent request(QEvent::RequestSoftwareInputPanel);
-        input_device->open_panel_for(object, &request);
-    }
+    if (touch_screen && object == ui->txtComment && event->type() == QEvent::MouseButtonDblClick)
+        request_input_panel(object);
     return false;
 }
 

@@ -32,7 +32,14 @@ struct SegmentLink {
 
 } // namespace
 
-int link_shared_memory()
+namespace {
+
+bool link_lost = false;
+
+// The seven links in the host's order.  A segment that cannot be had
+// keeps the pointer it had: a rebuild with the host down must not leave a
+// null pointer behind for the next channel selection to read through.
+int link_segments(bool quiet)
 {
     // The host's order; the AI_TRANSFER text has always lacked its "to".
     const SegmentLink links[] = {
@@ -50,14 +57,30 @@ int link_shared_memory()
         {ORV_SEG_CAL_TABLES, &cal_tables_base, "Orvane must be running\nUnable to get CAL_TABLES memory"},
     };
     for (const SegmentLink &link : links) {
-        *link.pointer = get_shrd_mem(link.id, 0);
-        if (!*link.pointer) {
-            show_information(link.missing_text);
+        void *segment = get_shrd_mem(link.id, 0);
+        if (!segment) {
+            if (!quiet)
+                show_information(link.missing_text);
+            link_lost = true;
             return -1;
         }
+        *link.pointer = segment;
     }
     cal_tables = cal_tables_base;
+    link_lost = false;
     return 0;
+}
+
+} // namespace
+
+int link_shared_memory()
+{
+    return link_segments(false);
+}
+
+bool relink_if_lost()
+{
+    return !link_lost || link_segments(true) == 0;
 }
 
 void show_information(const QString &text)

@@ -25,8 +25,13 @@ extern void *cal_tables;
 
 // Links the seven segments in the host's order.  0 on success; on the
 // first failure shows that segment's text and returns -1, leaving the
-// pointers not yet reached as they were.
+// failed pointer and those not yet reached as they were.
 int link_shared_memory();
+
+// After a failed link (the host was down during a rebuild) the pointers
+// still lead to the host's previous memory.  This links again, silently,
+// and is true when the pointers are current.
+bool relink_if_lost();
 
 // The modal notice: title "Information", font size 13, one OK button.
 void show_information(const QString &text);

@@ -114,6 +114,22 @@ void read_uut_data(VREL_CFG *record)
     derive_error_limit(record);
 }
 
+UutEntry uut_entry_of(const VREL_CFG *record)
+{
+    UutEntry entry;
+    std::memcpy(entry.cal_type, record->uut_cal_type, sizeof entry.cal_type);
+    std::memcpy(entry.model, record->uut_model, sizeof entry.model);
+    std::memcpy(entry.mte, record->uut_mte, sizeof entry.mte);
+    return entry;
+}
+
+void restore_uut_entry(VREL_CFG *record, const UutEntry &entry)
+{
+    std::memcpy(record->uut_cal_type, entry.cal_type, sizeof entry.cal_type);
+    std::memcpy(record->uut_model, entry.model, sizeof entry.model);
+    std::memcpy(record->uut_mte, entry.mte, sizeof entry.mte);
+}
+
 void read_ref_data(VREL_CFG *record)
 {
     for (char *text : {hist_ref_mfg, hist_ref_model, hist_ref_ser_num, hist_ref_equip_num,

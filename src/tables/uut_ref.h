@@ -17,6 +17,14 @@ const char *record_action_word(uint16_t action);
 // and the error limit from the OOT tolerance text, file or no file.
 void read_uut_data(VREL_CFG *record);
 
+// The three UUT texts that only uut_file keeps (calibration type, model,
+// MTE), as the technician accepted them on the table information form.
+struct UutEntry {
+    char cal_type[32], model[32], mte[32];
+};
+UutEntry uut_entry_of(const VREL_CFG *record);
+void restore_uut_entry(VREL_CFG *record, const UutEntry &entry);
+
 // Fills the six hist_ref_* texts from ref_file; they stay empty when it
 // cannot be read.
 void read_ref_data(VREL_CFG *record);

@@ -2,6 +2,7 @@
 
 #include "keyboard.h"
 #include "numpad.h"
+#include "vrel_cfg.h"
 
 #include <QApplication>
 #include <QDoubleValidator>
@@ -190,3 +191,11 @@ bool InputDevice::isComposing() const
 }
 
 void InputDevice::reset() {}
+
+void request_input_panel(QObject *field)
+{
+    if (!input_device)
+        return;
+    QEvent request(QEvent::RequestSoftwareInputPanel);
+    input_device->open_panel_for(field, &request);
+}

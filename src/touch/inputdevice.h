@@ -98,3 +98,7 @@ class InputDevice : public QWidget
     QPointer<QObject> focus_field; // not owned; kept after a panel closes
     QString window_name;
 };
+
+// A form's double click on one of its fields: asks the station's device,
+// if there is one, for the field's panel by the direct route.
+void request_input_panel(QObject *field);
