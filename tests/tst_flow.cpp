@@ -22,44 +22,6 @@
 
 namespace {
 
-int64_t cell_ticks()
-{
-    auto *control = static_cast<const orv_control *>(get_shrd_mem(ORV_SEG_CONTROL, 0));
-    return control ? __atomic_load_n(&control->ticks, __ATOMIC_ACQUIRE) : 0;
-}
-
-// The technician applies each row's value to the sensor and captures it.
-void capture_all_at_row_values(Station &station, int channel)
-{
-    for (int i = 0; i < num_points; ++i) {
-        const double applied = station.row(i)->currentValueField()->text().toDouble();
-        QVERIFY(station.cell().apply(channel, applied));
-        // The cell publishes the value at its next tick; its tick counter
-        // says when a tick has passed since the value was applied.
-        const int64_t applied_at = cell_ticks();
-        QTRY_VERIFY_WITH_TIMEOUT(cell_ticks() > applied_at + 1, 5000);
-        station.captureRow(i);
-    }
-}
-
-void fill_texts(Ui::MainWindow *ui)
-{
-    ui->txtCalibrationQIE->setText("QIE-17, rev 3");
-    ui->txtTechnicianName->setText("R. Tester");
-    ui->txtLabManager->setText("M. Lab");
-    ui->txtComment->setText("yearly, with commas");
-}
-
-// Answers the record type dialog with a choice and a description.
-void record(Station &station, const char *choice, const QString &description = QString())
-{
-    station.answerer().answer("Record", [choice, description](QWidget *dialog) {
-        dialog->findChild<QRadioButton *>(QLatin1String(choice))->setChecked(true);
-        dialog->findChild<QLineEdit *>(QStringLiteral("txtComment"))->setText(description);
-    });
-    station.window().form()->btnRecordData->click();
-}
-
 QStringList reports(const Station &station, const QString &table)
 {
     QDir dir(const_cast<Station &>(station).cell().path("/cell/tables/verifications"));
@@ -167,7 +129,7 @@ void TestFlow::drifted_channel_asFound_adjust_verify()
     QVERIFY(station.open({"--tick", "20", "--no-noise"}));
     QVERIFY(station.select(2)); // COOLANT TEMP: out of adjustment
     Ui::MainWindow *ui = station.window().form();
-    fill_texts(ui);
+    station.fillRecordTexts();
     averaging_count = 3;
     const QString tables = station.cell().path("/cell/tables/");
     QFile tbl(tables + "coolant_temp.tbl");
@@ -177,9 +139,9 @@ void TestFlow::drifted_channel_asFound_adjust_verify()
     const auto builds_before =
         static_cast<const orv_cal_tables *>(get_shrd_mem(ORV_SEG_CAL_TABLES, 0))->build_count;
 
-    capture_all_at_row_values(station, 2);
+    QVERIFY(station.captureAllAtRowValues(2));
     QVERIFY(ui->btnRecordData->isEnabled());
-    record(station, "rbAsFound");
+    station.record("rbAsFound");
     QCOMPARE(cfg->table_info.cal_mode, uint16_t(CAL_AS_FOUND));
     QCOMPARE(cfg->table_info.tol_state, uint16_t(TOL_OOA));
     QVERIFY(!ui->txtAsFound->text().isEmpty());
@@ -203,8 +165,8 @@ void TestFlow::drifted_channel_asFound_adjust_verify()
     QVERIFY(!ui->btnAdjustCalibration->isEnabled() && !ui->btnReuseCalibration->isEnabled());
     QVERIFY(static_cast<const orv_cal_tables *>(get_shrd_mem(ORV_SEG_CAL_TABLES, 0))->build_count > builds_before);
 
-    capture_all_at_row_values(station, 2);
-    record(station, "rbVerification", "after adjustment");
+    QVERIFY(station.captureAllAtRowValues(2));
+    station.record("rbVerification", "after adjustment");
     QCOMPARE(cfg->table_info.cal_mode, uint16_t(CAL_VERIFICATION));
     QCOMPARE(cfg->table_info.tol_state, uint16_t(TOL_NOADJ));
     QCOMPARE(ui->txtVerificationData->styleSheet(), band_style(0));
@@ -241,10 +203,10 @@ void TestFlow::acceptNoAdjust()
     QVERIFY(station.open({"--tick", "20", "--no-noise"}));
     QVERIFY(station.select(1)); // OIL TEMP OUT: within tolerance
     Ui::MainWindow *ui = station.window().form();
-    fill_texts(ui);
+    station.fillRecordTexts();
     averaging_count = 3;
-    capture_all_at_row_values(station, 1);
-    record(station, "rbAsFound");
+    QVERIFY(station.captureAllAtRowValues(1));
+    station.record("rbAsFound");
     QCOMPARE(cfg->table_info.tol_state, uint16_t(TOL_NOADJ));
     QCOMPARE(ui->btnReuseCalibration->styleSheet(), QStringLiteral("background-color: rgb(126,232,255)"));
     ui->btnReuseCalibration->click(); // band 0 after As-Found: no question

@@ -9,7 +9,12 @@
 
 #include "ui_mainwindow.h"
 
+#include <orvane/cell.h>
+#include <orvane/shm.h>
+
+#include <QElapsedTimer>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QtTest>
 
 #include <cstring>
@@ -61,6 +66,62 @@ PointInfo *Station::row(int index)
 Worker *Station::worker()
 {
     return window_->averagingWorker();
+}
+
+namespace {
+
+int64_t cell_ticks()
+{
+    auto *control = static_cast<const orv_control *>(get_shrd_mem(ORV_SEG_CONTROL, 0));
+    return control ? __atomic_load_n(&control->ticks, __ATOMIC_ACQUIRE) : 0;
+}
+
+} // namespace
+
+bool Station::applyAndCapture(int channel, int index, double value)
+{
+    if (!cell_.apply(channel, value))
+        return false;
+    // The cell publishes the value at its next tick; its tick counter says
+    // when a tick has passed since the value was applied.
+    const int64_t applied_at = cell_ticks();
+    QElapsedTimer waited;
+    waited.start();
+    while (cell_ticks() <= applied_at + 1) {
+        if (waited.elapsed() > 5000)
+            return false;
+        QTest::qWait(5);
+    }
+    captureRow(index);
+    return true;
+}
+
+bool Station::captureAllAtRowValues(int channel)
+{
+    for (int i = 0; i < num_points; ++i)
+        if (!applyAndCapture(channel, i, row(i)->currentValueField()->text().toDouble()))
+            return false;
+    return true;
+}
+
+void Station::fillRecordTexts()
+{
+    Ui::MainWindow *ui = window_->form();
+    ui->txtCalibrationQIE->setText("QIE-17, rev 3");
+    ui->txtTechnicianName->setText("R. Tester");
+    ui->txtLabManager->setText("M. Lab");
+    ui->txtComment->setText("yearly, with commas");
+}
+
+void Station::record(const char *choice, const QString &description, const QString &then)
+{
+    answerer_.answer("Record", [choice, description](QWidget *dialog) {
+        dialog->findChild<QRadioButton *>(QLatin1String(choice))->setChecked(true);
+        dialog->findChild<QLineEdit *>(QStringLiteral("txtComment"))->setText(description);
+    });
+    if (!then.isEmpty())
+        answerer_.answer(then);
+    window_->form()->btnRecordData->click();
 }
 
 void Station::captureRow(int index)

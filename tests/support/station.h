@@ -36,6 +36,17 @@ public:
     // whatever is published at each tick.
     void captureRow(int index);
 
+    // The technician applies `value` to the channel's sensor, waits for the
+    // cell to publish it, and captures it on a row.
+    bool applyAndCapture(int channel, int index, double value);
+    // The same for every row in use, each at the value its row shows.
+    bool captureAllAtRowValues(int channel);
+    // The texts a record asks for, and a record of the given type
+    // ("rbAsFound", "rbVerification") through the record type dialog,
+    // with the answer to the question that follows it, if any.
+    void fillRecordTexts();
+    void record(const char *choice, const QString &description = QString(), const QString &then = QString());
+
 private:
     SimCell cell_;
     DialogAnswerer answerer_;
