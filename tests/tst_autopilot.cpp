@@ -1,6 +1,7 @@
 // The autopilot: its way of answering modal windows, its command line, and
 // a whole calibration of the drifted demo channel run as its own process
 // against a cell of the test's own, judged by the files it leaves.
+#include "calibrationfiles.h"
 #include "archivecheck.h"
 #include "autopilot_answerer.h"
 #include "autopilot_run.h"
@@ -77,12 +78,6 @@ struct HangGuard {
     }
     QTimer timer;
 };
-
-QByteArray read_file(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 struct Run {
     int exit_code = -1;
@@ -258,7 +253,7 @@ void TestAutopilot::fullCalibration()
     SimCell cell;
     QVERIFY2(cell.start({"--tick", "20", "--no-noise"}), qPrintable(cell.lastOutput()));
     const QString tables = cell.path("/cell/tables/");
-    const QByteArray table_before = read_file(tables + "coolant_temp.tbl");
+    const QByteArray table_before = file_bytes(tables + "coolant_temp.tbl");
     QVERIFY(!table_before.isEmpty());
     const QString shots = cell.path("/shots");
 
@@ -269,16 +264,16 @@ void TestAutopilot::fullCalibration()
     QCOMPARE(history_modes(tables + "coolant_temp.save"),
              QStringList({"AS_FOUND", "ADJUSTED", "VERIFICATION"}));
     // The outgoing table went to .old word for word, and a new one replaced it.
-    QCOMPARE(read_file(tables + "coolant_temp.old"), table_before);
-    const QByteArray table_after = read_file(tables + "coolant_temp.tbl");
+    QCOMPARE(file_bytes(tables + "coolant_temp.old"), table_before);
+    const QByteArray table_after = file_bytes(tables + "coolant_temp.tbl");
     QVERIFY(table_after != table_before);
     QVERIFY(table_after.contains("#   cal last adjusted on: "));
     QVERIFY(table_after.contains("QP-TC-104 rev 3"));
     // The unit under test and the reference standard, as of the Verification.
-    const QByteArray uut = read_file(tables + "uut_ref_data/coolant_temp.uut");
+    const QByteArray uut = file_bytes(tables + "uut_ref_data/coolant_temp.uut");
     QVERIFY(uut.startsWith("@UUT_FILE_UPDATED_KEYWORD\n"));
     QVERIFY(uut.endsWith("@RECORD_DATA_ACTION_KEYWORD\nAS_LEFT\n"));
-    const QByteArray ref = read_file(tables + "uut_ref_data/coolant_temp.ref");
+    const QByteArray ref = file_bytes(tables + "uut_ref_data/coolant_temp.ref");
     QVERIFY(ref.contains("@REF_SER_NUM_KEYWORD\n4471023\n\n"));
     QVERIFY(ref.contains("@REF_CAL_DUE_DATE_KEYWORD\n12/31/2027\n\n"));
     QVERIFY(ref.endsWith("@RECORD_DATA_ACTION_KEYWORD\nAS_LEFT\n"));

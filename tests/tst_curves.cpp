@@ -5,6 +5,7 @@
 // One station serves the whole case: every test writes the record fields it
 // depends on and sets the form's boxes with their signals blocked, so that
 // the operation under test runs alone.
+#include "comboitems.h"
 #include "station.h"
 #include "warningguard.h"
 
@@ -95,22 +96,6 @@ int shown_coefficients(Ui::MainWindow *ui)
             return -1; // a name without its value, or the other way round
     }
     return shown;
-}
-
-QStringList items_of(const QComboBox *box)
-{
-    QStringList items;
-    for (int i = 0; i < box->count(); ++i)
-        items << box->itemText(i);
-    return items;
-}
-
-QStringList orders_up_to(int k)
-{
-    QStringList items;
-    for (int i = 1; i <= k; ++i)
-        items << QString::number(i);
-    return items;
 }
 
 void fill_long_table(LongTable &table, double value)

@@ -1,6 +1,7 @@
 // The environment settings: the configuration file made on first start and
 // read back, the dialog's checks of the three host variables, and the
 // lookup of a host variable against a running simulated cell.
+#include "calibrationfiles.h"
 #include "dialoganswerer.h"
 #include "simcell.h"
 #include "warningguard.h"
@@ -50,12 +51,6 @@ bool write_file(const QString &path, const QByteArray &content)
     if (!file.open(QIODevice::WriteOnly))
         return false;
     return file.write(content) == content.size();
-}
-
-QByteArray read_file(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 const QByteArray kConfiguredFile = "[Environment]\n"
@@ -182,7 +177,7 @@ void TestEnvironment::firstStartCreatesFile()
     QCOMPARE(int(env_settings->env_vars_used), 1);
 
     QVERIFY(QFile::exists(root.ini()));
-    const QByteArray raw = read_file(root.ini());
+    const QByteArray raw = file_bytes(root.ini());
     QVERIFY2(raw.contains("\nENV_VARS_USED_FLAG=TRUE\n"), raw.constData());
     QSettings ini(root.ini(), QSettings::IniFormat);
     QStringList groups = ini.childGroups();
@@ -267,7 +262,7 @@ void TestEnvironment::fileRead()
     QCOMPARE(QString::fromLatin1(env_settings->humidity_variable), humidity);
     QCOMPARE(int(env_settings->env_vars_used), used ? 1 : 0);
     // An existing file is only read, even one without any settings.
-    QCOMPARE(read_file(root.ini()), content);
+    QCOMPARE(file_bytes(root.ini()), content);
 
     EnvironmentDialog dialog;
     QCOMPARE(field(dialog, "txtTempName")->text(), temperature);
@@ -371,7 +366,7 @@ void TestEnvironment::uncheckedOkStoresEmptyNames()
     QCOMPARE(env_settings->barometer_variable[0], '\0');
     QCOMPARE(env_settings->humidity_variable[0], '\0');
     QCOMPARE(int(env_settings->env_vars_used), 0);
-    const QByteArray raw = read_file(root.ini());
+    const QByteArray raw = file_bytes(root.ini());
     for (const char *line : {"\nENV_VARS_USED_FLAG=FALSE\n", "\nROOM_TEMP_VARIABLE=\n", "\nBAROMETER_VARIABLE=\n",
                              "\nHUMIDITY_VARIABLE=\n"})
         QVERIFY2(raw.contains(line), raw.constData());
@@ -406,7 +401,7 @@ void TestEnvironment::namesMissing()
     QVERIFY(!environment_confirmed);
     QVERIFY(!room_temp_var && !barometer_var && !humidity_var);  // checked before any lookup
     QVERIFY(QByteArray(reinterpret_cast<const char *>(env_settings), sizeof(EnvSettings)) == loaded);
-    QCOMPARE(read_file(root.ini()), kConfiguredFile);
+    QCOMPARE(file_bytes(root.ini()), kConfiguredFile);
 }
 
 void TestEnvironment::unknownVariable_data()
@@ -481,8 +476,8 @@ void TestEnvironment::unknownVariable()
     }
     // Nothing stored, and the lookup that failed is in the host's log.
     QVERIFY(QByteArray(reinterpret_cast<const char *>(env_settings), sizeof(EnvSettings)) == loaded);
-    QCOMPARE(read_file(root.ini()), kConfiguredFile);
-    QVERIFY2(read_file(root.log()).contains("Can't find variable <cell_air_t>"), read_file(root.log()).constData());
+    QCOMPARE(file_bytes(root.ini()), kConfiguredFile);
+    QVERIFY2(file_bytes(root.log()).contains("Can't find variable <cell_air_t>"), file_bytes(root.log()).constData());
 
     // Corrected, the same dialog is accepted.
     field(dialog, qPrintable(wrongField))->setText(QString::fromLatin1(names[resolvedBefore]));
@@ -530,7 +525,7 @@ void TestEnvironment::escapeLeavesPointersUnset()
     QVERIFY(!room_temp_var && !barometer_var && !humidity_var);
     QVERIFY(!environment_confirmed);
     QVERIFY(QByteArray(reinterpret_cast<const char *>(env_settings), sizeof(EnvSettings)) == loaded);
-    QCOMPARE(read_file(root.ini()), kConfiguredFile);
+    QCOMPARE(file_bytes(root.ini()), kConfiguredFile);
 }
 
 void TestEnvironment::execFromMenu()

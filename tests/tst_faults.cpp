@@ -2,6 +2,7 @@
 // disk, a process killed while it appends, damaged files and hostile names
 // from the host's memory.  The utility must go on, keep every complete
 // record of the archive and never leave a cut table file.
+#include "calibrationfiles.h"
 #include "archivetext.h"
 #include "clock.h"
 #include "dialoganswerer.h"
@@ -51,12 +52,6 @@ namespace
 {
 
 constexpr std::time_t kRecordTime = 1700000000;
-
-QByteArray file_bytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 bool write_bytes(const QString &path, const QByteArray &bytes)
 {

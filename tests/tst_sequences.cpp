@@ -2,7 +2,9 @@
 // wrote points that were never measured: refused channels with work in
 // hand, a host gone during a rebuild, range tables fitted past the eight
 // coefficients a table holds, and the questions of the recording flows.
+#include "calibrationfiles.h"
 #include "archivecheck.h"
+#include "comboitems.h"
 #include "station.h"
 
 #include "functions.h"
@@ -69,28 +71,6 @@ QVector<QPointF> newest_record_points(const QString &archive, const QString &des
     return points;
 }
 
-QByteArray file_bytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QStringList items(QComboBox *box)
-{
-    QStringList texts;
-    for (int i = 0; i < box->count(); ++i)
-        texts << box->itemText(i);
-    return texts;
-}
-
-QStringList orders_up_to(int k)
-{
-    QStringList texts;
-    for (int order = 1; order <= k; ++order)
-        texts << QString::number(order);
-    return texts;
-}
-
 } // namespace
 
 class TestSequences : public QObject {
@@ -151,7 +131,7 @@ void TestSequences::fitNeverPassesEightCoefficients()
     }
     if (as_polynomial) {
         ui->cboCalType->setCurrentIndex(1);
-        QCOMPARE(items(ui->cboOrderOfPolynomial), orders_up_to(7));
+        QCOMPARE(items_of(ui->cboOrderOfPolynomial), orders_up_to(7));
     } else {
         QVERIFY(ui->cboOrderOfPolynomial->count() > 8);
     }
@@ -204,7 +184,7 @@ void TestSequences::orderListFilledOnce()
     QVERIFY(station.open());
     QVERIFY(station.select(before));
     QVERIFY(station.select(channel));
-    QTEST(items(station.window().form()->cboOrderOfPolynomial), "orders");
+    QTEST(items_of(station.window().form()->cboOrderOfPolynomial), "orders");
 }
 
 void TestSequences::refusedChannelWithWorkInHand_data()

@@ -26,3 +26,9 @@ int channel_item(const QComboBox *box, int channel)
 {
     return box->findText(QString::asprintf("%5d  -  ", channel), Qt::MatchContains);
 }
+
+QByteArray file_bytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
