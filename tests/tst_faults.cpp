@@ -37,6 +37,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -155,6 +156,41 @@ class ReadOnlyTree
     QString root_;
     QStringList paths_;
     QStringList immutable_;
+};
+
+// A folder that takes no new file while this lives, its files staying
+// writable: no write bits and, for root, the immutable flag.
+class ClosedFolder
+{
+  public:
+    explicit ClosedFolder(const QString &path) : path_(QFile::encodeName(path))
+    {
+        ::chmod(path_.constData(), 0555);
+        immutable_ = set_immutable(path_.constData(), true);
+    }
+    ~ClosedFolder()
+    {
+        if (immutable_)
+            set_immutable(path_.constData(), false);
+        ::chmod(path_.constData(), 0755);
+    }
+    ClosedFolder(const ClosedFolder &) = delete;
+    ClosedFolder &operator=(const ClosedFolder &) = delete;
+
+    bool holds() const
+    {
+        const QByteArray probe = path_ + "/write_probe";
+        const int fd = ::open(probe.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        if (fd < 0)
+            return true;
+        ::close(fd);
+        ::unlink(probe.constData());
+        return false;
+    }
+
+  private:
+    QByteArray path_;
+    bool immutable_ = false;
 };
 
 // A simulated cell and the calibration record of one of its channels,
@@ -316,6 +352,8 @@ class TestFaults : public QObject
     void readOnlyTables();
     void unwritableFiles_data();
     void unwritableFiles();
+    void rewrittenFiles_data();
+    void rewrittenFiles();
     void fullDisk_data();
     void fullDisk();
     void recordAfterTornTail_data();
@@ -476,6 +514,60 @@ void TestFaults::unwritableFiles()
     QCOMPARE(table_after != table_before, tableRewritten);
     QCOMPARE(channel.load(0), short(0));
     QVERIFY(channel.record()->long_table.count > 0);
+}
+
+void TestFaults::rewrittenFiles_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<Flow>("flow");
+    QTest::addColumn<bool>("closedFolder");
+    QTest::newRow("table") << "oil_temp_in.tbl" << Flow::Adjust << false;
+    QTest::newRow("table, folder takes no new file") << "oil_temp_in.tbl" << Flow::Adjust << true;
+    QTest::newRow("uut") << "uut_ref_data/oil_temp_in.uut" << Flow::UutRef << false;
+    QTest::newRow("reference, folder takes no new file")
+        << "uut_ref_data/oil_temp_in.ref" << Flow::UutRef << true;
+}
+
+// A rewritten file keeps its owner, group and mode; where its folder takes
+// no new file it is rewritten where it stands.
+void TestFaults::rewrittenFiles()
+{
+    QFETCH(QString, file);
+    QFETCH(Flow, flow);
+    QFETCH(bool, closedFolder);
+    LoadedChannel channel;
+    QVERIFY(channel.open());
+    QCOMPARE(channel.load(0), short(0));
+    channel.prepareAdjustment();
+    const QString path = channel.tables(file);
+    run_flow(flow, channel.record());
+    const QByteArray expected = file_bytes(path);
+    QVERIFY(!expected.isEmpty());
+    QVERIFY(write_bytes(path, "stale\n"));
+    const QByteArray native = QFile::encodeName(path);
+    if (::chown(native.constData(), 4321, 4321) != 0)
+        QSKIP("this process may not give a file away");
+    QCOMPARE(::chmod(native.constData(), 0640), 0);
+
+    {
+        std::unique_ptr<ClosedFolder> closed;
+        if (closedFolder) {
+            closed = std::make_unique<ClosedFolder>(QFileInfo(path).path());
+            if (!closed->holds())
+                QSKIP("this station cannot close a folder to new files (no immutable flag)");
+        }
+        run_flow(flow, channel.record());
+    }
+
+    QCOMPARE(file_bytes(path), expected);
+    struct stat after;
+    QCOMPARE(::stat(native.constData(), &after), 0);
+    QCOMPARE(after.st_uid, uid_t(4321));
+    QCOMPARE(after.st_gid, gid_t(4321));
+    QCOMPARE(after.st_mode & 07777, mode_t(0640));
+    const QStringList partial =
+        QDir(QFileInfo(path).path()).entryList({"*.partial-*"}, QDir::Files);
+    QVERIFY2(partial.isEmpty(), qPrintable(partial.join(' ')));
 }
 
 // ---------------------------------------------------------------- full disk

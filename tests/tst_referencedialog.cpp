@@ -50,7 +50,7 @@ void set_path(char (&field)[100], const QString &path)
 void fill_record(VREL_CFG &record)
 {
     set_text(record.ref_mfg, "Halvorsen Instruments");
-    set_text(record.ref_model, "PX-400");
+    set_text(record.ref_model, "HQ-400");
     set_text(record.ref_ser_num, "SN-10042");
     set_text(record.ref_equip_num, "MTE-0815");
     set_text(record.ref_cal_due_date, "11/30/2025");
@@ -91,7 +91,7 @@ QString current_text(ReferenceDialog &dialog, const char *name)
 
 ReferenceEntry valid_entry()
 {
-    return {"Halvorsen Instruments", "PX-400", "SN-10042", "MTE-0815", "11/30/2025", "Left"};
+    return {"Halvorsen Instruments", "HQ-400", "SN-10042", "MTE-0815", "11/30/2025", "Left"};
 }
 
 } // namespace
@@ -251,12 +251,12 @@ void TestReferenceDialog::storeCutsToRecordWidth()
 {
     ReferenceEntry entry = valid_entry();
     entry.ser_num = QString(33, QLatin1Char('7'));
-    entry.mfg = QStringLiteral("M\xfcller Messtechnik");  // Latin-1 on the way to the record
+    entry.mfg = QStringLiteral("Wendelb\xfchl Messtechnik"); // Latin-1 on the way to the record
     std::memset(record_->ref_model, 'x', sizeof record_->ref_model);  // an unended field is overwritten
     store_reference_entry(entry, *record_);
     QCOMPARE(QByteArray(record_->ref_ser_num), QByteArray(31, '7'));
-    QCOMPARE(QByteArray(record_->ref_mfg), QByteArray("M\xfcller Messtechnik"));
-    QCOMPARE(QByteArray(record_->ref_model), QByteArray("PX-400"));
+    QCOMPARE(QByteArray(record_->ref_mfg), QByteArray("Wendelb\xfchl Messtechnik"));
+    QCOMPARE(QByteArray(record_->ref_model), QByteArray("HQ-400"));
     QCOMPARE(QByteArray(record_->ref_cal_due_date), QByteArray("11/30/2025"));
     QCOMPARE(QByteArray(record_->ref_physical_con), QByteArray("Left"));
     QCOMPARE(QByteArray(record_->ref_equip_num), QByteArray("MTE-0815"));
@@ -284,7 +284,7 @@ void TestReferenceDialog::formAtStart()
              QStringLiteral("Current Reference Standard Information"));
 
     // The current column starts from the record.
-    const char *const expected[] = {"Halvorsen Instruments", "PX-400", "SN-10042", "MTE-0815", "11/30/2025", "Left"};
+    const char *const expected[] = {"Halvorsen Instruments", "HQ-400", "SN-10042", "MTE-0815", "11/30/2025", "Left"};
     for (int i = 0; i < 6; ++i)
         QCOMPARE(current_text(dialog, kRows[i].current), QString::fromLatin1(expected[i]));
     for (int i = 0; i < 5; ++i) {
@@ -320,7 +320,7 @@ void TestReferenceDialog::historicalColumnFromReferenceFile()
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("@REF_FILE_UPDATED_KEYWORD\n03/01/2024 10:15:00\n\n"
-               "@REF_MANUFACTURER_KEYWORD\nKestrel Gauge Works\n\n"
+               "@REF_MANUFACTURER_KEYWORD\nWrenfield Gauge Works\n\n"
                "@REF_MODEL_KEYWORD\nKG-12\n\n"
                "@REF_SER_NUM_KEYWORD\n000123456789012345678901234567890123\n\n"
                "@REF_EQUIP_NUM_KEYWORD\nMTE-3001\n\n"
@@ -332,7 +332,7 @@ void TestReferenceDialog::historicalColumnFromReferenceFile()
     read_ref_data(record_.get());
 
     ReferenceDialog dialog;
-    QCOMPARE(current_text(dialog, "txtHistRefMfg"), QStringLiteral("Kestrel Gauge Works"));
+    QCOMPARE(current_text(dialog, "txtHistRefMfg"), QStringLiteral("Wrenfield Gauge Works"));
     QCOMPARE(current_text(dialog, "txtHistRefModel"), QStringLiteral("KG-12"));
     QCOMPARE(current_text(dialog, "txtHistRefSN"), QStringLiteral("0001234567890123456789012345678"));
     QCOMPARE(current_text(dialog, "txtHistRefEquipNum"), QStringLiteral("MTE-3001"));
@@ -380,7 +380,7 @@ void TestReferenceDialog::moveButton_data()
 void TestReferenceDialog::moveButton()
 {
     QFETCH(int, row);
-    const char *const initial[] = {"Halvorsen Instruments", "PX-400", "SN-10042", "MTE-0815", "11/30/2025", "Left"};
+    const char *const initial[] = {"Halvorsen Instruments", "HQ-400", "SN-10042", "MTE-0815", "11/30/2025", "Left"};
     ReferenceDialog dialog;
     dialog.findChild<QPushButton *>(kRows[row].move)->click();
     for (int i = 0; i < 6; ++i) {
@@ -399,7 +399,7 @@ void TestReferenceDialog::moveAll()
     for (const FormRow &row : kRows)
         QCOMPARE(current_text(dialog, row.current), QString::fromLatin1(history_text(row.hist)));
     QVERIFY(dialog.current_info_changed(record_.get()));
-    QCOMPARE(QByteArray(record_->ref_model), QByteArray("PX-400"));
+    QCOMPARE(QByteArray(record_->ref_model), QByteArray("HQ-400"));
 }
 
 void TestReferenceDialog::physicalConnectionOutsideOptions()
@@ -618,7 +618,7 @@ void TestReferenceDialog::execAccepted()
 
 void TestReferenceDialog::screenshot()
 {
-    set_text(record_->ref_model, "PX-400 Dual Range");
+    set_text(record_->ref_model, "HQ-400 Dual Range");
     ReferenceDialog dialog;
     dialog.show();
     QVERIFY(QTest::qWaitForWindowExposed(&dialog));

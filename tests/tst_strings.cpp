@@ -43,7 +43,7 @@ struct StreamCloser {
 QByteArray uut_file()
 {
     return "@UUT_CAL_TYPE_KEYWORD\nPRESSURE\n\n"
-           "@UUT_MODEL_KEYWORD\nPX-409\n\n"
+           "@UUT_MODEL_KEYWORD\nHPT-409\n\n"
            "@UUT_MTE_KEYWORD\nMTE-0042\n\n"
            "@UUT_ACTION_KEYWORD\nAS_FOUND\n";
 }
@@ -408,7 +408,7 @@ void TestStrings::firstLine_data()
     QTest::newRow("middle keyword")
         << uut_file() << QByteArray("@UUT_MTE_KEYWORD") << 1024 << found << QByteArray("MTE-0042");
     QTest::newRow("keyword with blanks asked") << uut_file() << QByteArray("  @UUT_MODEL_KEYWORD\t")
-                                               << 1024 << found << QByteArray("PX-409");
+                                               << 1024 << found << QByteArray("HPT-409");
     QTest::newRow("not found") << uut_file() << QByteArray("@UUT_SN_KEYWORD") << 1024 << missing
                                << QByteArray("");
     QTest::newRow("prefix of a line is no match")
@@ -479,7 +479,7 @@ void TestStrings::firstLineAnyOrder()
     const char *const order[][2] = {{"@UUT_ACTION_KEYWORD", "AS_FOUND"},
                                     {"@UUT_MTE_KEYWORD", "MTE-0042"},
                                     {"@UUT_CAL_TYPE_KEYWORD", "PRESSURE"},
-                                    {"@UUT_MODEL_KEYWORD", "PX-409"},
+                                    {"@UUT_MODEL_KEYWORD", "HPT-409"},
                                     {"@UUT_CAL_TYPE_KEYWORD", "PRESSURE"}};
     for (const auto &pair : order) {
         QCOMPARE(get_1st_line(file.stream, buffer, sizeof buffer, pair[0]), short(0));
@@ -487,7 +487,7 @@ void TestStrings::firstLineAnyOrder()
     }
     QCOMPARE(get_1st_line(file.stream, buffer, sizeof buffer, "@MISSING"), ORV_KEYWORD_NOT_FOUND);
     QCOMPARE(get_1st_line(file.stream, buffer, sizeof buffer, "@UUT_MODEL_KEYWORD"), short(0));
-    QCOMPARE(QByteArray(buffer), QByteArray("PX-409"));
+    QCOMPARE(QByteArray(buffer), QByteArray("HPT-409"));
 }
 
 void TestStrings::firstLineLeavesStreamAfterValue()
@@ -558,7 +558,7 @@ void TestStrings::firstLineMemoryAndPipeStreams()
     QVERIFY(reader);
     StreamCloser pipeCloser{reader};
     QCOMPARE(get_1st_line(reader, buffer, sizeof buffer, "@UUT_MODEL_KEYWORD"), short(0));
-    QCOMPARE(QByteArray(buffer), QByteArray("PX-409"));
+    QCOMPARE(QByteArray(buffer), QByteArray("HPT-409"));
     QCOMPARE(get_1st_line(reader, buffer, sizeof buffer, "@UUT_CAL_TYPE_KEYWORD"),
              ORV_KEYWORD_NOT_FOUND);
 }

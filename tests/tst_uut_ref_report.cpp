@@ -30,8 +30,8 @@ void fill_uut_and_reference(VREL_CFG &r)
     set_text(r.uut_full_scale_units, "degC");
     r.uut_error_limit = 1.25;
     set_text(r.uut_error_limit_units, "PCT");
-    set_text(r.ref_mfg, "Fluke");
-    set_text(r.ref_model, "9142");
+    set_text(r.ref_mfg, "Harlow Instruments");
+    set_text(r.ref_model, "HDB-14");
     set_text(r.ref_ser_num, "B12345");
     set_text(r.ref_equip_num, "EQ-0042");
     set_text(r.ref_cal_due_date, "12/31/2024");
@@ -336,9 +336,9 @@ void TstUutRefReport::keywordFiles_data()
     QTest::newRow("keywords in any order")
         << QByteArray("@UUT_MTE_KEYWORD\nM\n\n@UUT_MODEL_KEYWORD\nTX-9\n\n@UUT_CAL_TYPE_"
                       "KEYWORD\nPressure\n")
-        << QByteArray("@REF_SER_NUM_KEYWORD\nS-1\n\n@REF_MODEL_KEYWORD\n9142\n\n@REF_MANUFACTURER_"
+        << QByteArray("@REF_SER_NUM_KEYWORD\nS-1\n\n@REF_MODEL_KEYWORD\nHDB-14\n\n@REF_MANUFACTURER_"
                       "KEYWORD\nF\n")
-        << QByteArray("TX-9") << QByteArray("Pressure") << QByteArray("9142") << QByteArray("S-1");
+        << QByteArray("TX-9") << QByteArray("Pressure") << QByteArray("HDB-14") << QByteArray("S-1");
     QTest::newRow("value lines longer than 31 characters are cut")
         << QByteArray("@UUT_MODEL_KEYWORD\n0123456789012345678901234567890123456789\n\n"
                       "@UUT_CAL_TYPE_KEYWORD\nabcdefghijklmnopqrstuvwxyzABCDE\n")
@@ -349,12 +349,12 @@ void TstUutRefReport::keywordFiles_data()
     // No escaping: a value line that is a keyword is taken for that keyword.
     QTest::newRow("a value that reads as a keyword")
         << QByteArray("@UUT_MTE_KEYWORD\n@UUT_MODEL_KEYWORD\n\n@UUT_MODEL_KEYWORD\nTX-9\n")
-        << QByteArray("@REF_MANUFACTURER_KEYWORD\n@REF_MODEL_KEYWORD\n\n@REF_MODEL_KEYWORD\n9142\n")
+        << QByteArray("@REF_MANUFACTURER_KEYWORD\n@REF_MODEL_KEYWORD\n\n@REF_MODEL_KEYWORD\nHDB-14\n")
         << QByteArray() << QByteArray() << QByteArray() << QByteArray();
     QTest::newRow("CRLF line ends")
         << QByteArray("@UUT_MODEL_KEYWORD\r\nTX-9\r\n\r\n")
-        << QByteArray("@REF_MODEL_KEYWORD\r\n9142\r\n\r\n") << QByteArray("TX-9") << QByteArray()
-        << QByteArray("9142") << QByteArray();
+        << QByteArray("@REF_MODEL_KEYWORD\r\nHDB-14\r\n\r\n") << QByteArray("TX-9") << QByteArray()
+        << QByteArray("HDB-14") << QByteArray();
 }
 
 void TstUutRefReport::keywordFiles()

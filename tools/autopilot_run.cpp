@@ -42,7 +42,7 @@ const char kSensorCalType[] = "RTD";
 const char kSensorModel[] = "PT100-4W";
 const char kSensorMte[] = "MTE-2231";
 const char *const kReference[6] = {
-    "Fluke", "754 Documenting Process Calibrator", "4471023", "MTE-0917", "12/31/2027", "N/A"};
+    "Harlow Instruments", "HCX-20 Process Calibrator", "4471023", "MTE-0917", "12/31/2027", "N/A"};
 const char kProcedure[] = "QP-TC-104 rev 3";
 const char kTechnician[] = "A. Walker";
 const char kLabManager[] = "J. Moreau";
@@ -100,7 +100,7 @@ void fill_sensor_form(QWidget *form)
         cal_type->setCurrentText(QLatin1String(kSensorCalType));
     set_text(form, "txtUUTModel", QLatin1String(kSensorModel));
     set_text(form, "txtUUT_MTE", QLatin1String(kSensorMte));
-    fill_if_empty(form, "txtUUTMfg", QStringLiteral("Omega"));
+    fill_if_empty(form, "txtUUTMfg", QStringLiteral("Brookmere Sensors"));
     fill_if_empty(form, "txtUUTSerialNumber", QStringLiteral("SN-DEMO-2"));
     fill_if_empty(form, "txtDescription", QStringLiteral("Coolant temperature"));
 }

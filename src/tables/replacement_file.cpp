@@ -6,6 +6,24 @@
 
 #include <cerrno>
 
+namespace
+{
+
+// The new file takes the old one's owner, group and mode.  Owner and group
+// first: a change of owner clears the set-id bits, which the mode then puts
+// back.  Setting the owner is refused to a process without the right; the
+// group alone may still be one of its own.
+void keep_attributes(int fd, const struct stat &old)
+{
+    if (fchown(fd, old.st_uid, old.st_gid) != 0 &&
+        fchown(fd, static_cast<uid_t>(-1), old.st_gid) != 0) {
+        // Refused: the new file keeps the writer's owner and group.
+    }
+    fchmod(fd, old.st_mode & 07777);
+}
+
+} // namespace
+
 ReplacementFile::ReplacementFile(const char *path) : path_(path)
 {
     struct stat old {};
@@ -24,10 +42,16 @@ ReplacementFile::ReplacementFile(const char *path) : path_(path)
         if (fd < 0) {
             if (errno == EEXIST)
                 continue;
+            // A folder that takes no new file (no write right, or immutable)
+            // still lets a writable file be rewritten where it stands, as
+            // the utility always did; only the protection of the rename is
+            // lost then.  Any other refusal (a full disk) keeps the old file.
+            if (replacing && (errno == EACCES || errno == EPERM))
+                open_in_place();
             return;
         }
         if (replacing)
-            fchmod(fd, old.st_mode & 07777);
+            keep_attributes(fd, old);
         stream_ = fdopen(fd, "w");
         if (!stream_) {
             close(fd);
@@ -37,11 +61,18 @@ ReplacementFile::ReplacementFile(const char *path) : path_(path)
     }
 }
 
+void ReplacementFile::open_in_place()
+{
+    temporary_.clear();
+    stream_ = std::fopen(path_.c_str(), "we");
+}
+
 ReplacementFile::~ReplacementFile()
 {
     if (stream_) {
         std::fclose(stream_);
-        unlink(temporary_.c_str());
+        if (!temporary_.empty())
+            unlink(temporary_.c_str());
     }
 }
 
@@ -53,6 +84,8 @@ bool ReplacementFile::commit()
     stream_ = nullptr;
     const bool written = std::fflush(stream) == 0 && !std::ferror(stream) && fsync(fileno(stream)) == 0;
     const bool closed = std::fclose(stream) == 0;
+    if (temporary_.empty())
+        return written && closed;
     if (written && closed && std::rename(temporary_.c_str(), path_.c_str()) == 0)
         return true;
     unlink(temporary_.c_str());

@@ -40,7 +40,8 @@ bool Station::open(const QStringList &cell_options)
     the_main_window = window_.get();
     environment_confirmed = true;
     env_settings->env_vars_used = 0;
-    const char *reference[] = {"Fluke", "754", "SN-REF-1", "EQ-77", "12/31/2027", "TC plug"};
+    const char *reference[] = {"Harlow Instruments", "HCX-20",     "SN-REF-1",
+                               "EQ-77",              "12/31/2027", "TC plug"};
     char *fields[] = {cfg->ref_mfg, cfg->ref_model, cfg->ref_ser_num, cfg->ref_equip_num, cfg->ref_cal_due_date,
                       cfg->ref_physical_con};
     for (int i = 0; i < 6; ++i)
