@@ -32,6 +32,8 @@
 #include <QMutexLocker>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QScopeGuard>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <fcntl.h>
@@ -962,6 +964,12 @@ void TestFaults::hostileTableNames()
     QVERIFY(write_bytes(description, hostile_cell(name)));
     QVERIFY(channel.open({"--cell", description, "--tick", "20", "--no-noise", "--no-demo-tables"}));
     const QString root = channel.cell().root();
+    // The process works in a folder of its own: a relative name would land
+    // there, and no other test running beside this one writes into it.
+    QTemporaryDir own_work_dir;
+    const QString previous_dir = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(own_work_dir.path()));
+    const auto restore_dir = qScopeGuard([&previous_dir] { QDir::setCurrent(previous_dir); });
     const QString work_dir = QDir::currentPath();
     const QString root_parent = QFileInfo(root).absolutePath();
     const QStringList root_before = tree_of(root);
