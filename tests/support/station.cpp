@@ -9,10 +9,24 @@
 
 #include "ui_mainwindow.h"
 
+#include <orvane/cell.h>
+#include <orvane/shm.h>
+
 #include <QPushButton>
+#include <QRadioButton>
 #include <QtTest>
 
 #include <cstring>
+
+namespace {
+
+int64_t cell_ticks()
+{
+    auto *control = static_cast<const orv_control *>(get_shrd_mem(ORV_SEG_CONTROL, 0));
+    return control ? __atomic_load_n(&control->ticks, __ATOMIC_ACQUIRE) : 0;
+}
+
+} // namespace
 
 Station::Station() = default;
 
@@ -68,4 +82,35 @@ void Station::captureRow(int index)
     row(index)->findChild<QPushButton *>(QStringLiteral("btnCapture"))->click();
     for (int i = 0; i <= averaging_count && worker()->isAveraging(); ++i)
         worker()->dealWithStatValuesAveraging();
+}
+
+void Station::captureAllRows(int channel, double factor)
+{
+    for (int i = 0; i < num_points; ++i) {
+        const double applied = row(i)->currentValueField()->text().toDouble() * factor;
+        QVERIFY(cell_.apply(channel, applied));
+        // The cell publishes the value at its next tick; its tick counter
+        // says when a tick has passed since the value was applied.
+        const int64_t applied_at = cell_ticks();
+        QTRY_VERIFY_WITH_TIMEOUT(cell_ticks() > applied_at + 1, 5000);
+        captureRow(i);
+    }
+}
+
+void Station::fillRecordTexts()
+{
+    Ui::MainWindow *ui = window_->form();
+    ui->txtCalibrationQIE->setText(QStringLiteral("QIE-17, rev 3"));
+    ui->txtTechnicianName->setText(QStringLiteral("R. Tester"));
+    ui->txtLabManager->setText(QStringLiteral("M. Lab"));
+    ui->txtComment->setText(QStringLiteral("yearly, with commas"));
+}
+
+void Station::recordAs(const char *choice, const QString &description)
+{
+    answerer_.answer(QStringLiteral("Record"), [choice, description](QWidget *dialog) {
+        dialog->findChild<QRadioButton *>(QLatin1String(choice))->setChecked(true);
+        dialog->findChild<QLineEdit *>(QStringLiteral("txtComment"))->setText(description);
+    });
+    window_->form()->btnRecordData->click();
 }

@@ -35,6 +35,14 @@ public:
     // `samples` ticks, then the finishing tick.  The cell's live values are
     // whatever is published at each tick.
     void captureRow(int index);
+    // The technician applies each row's value times `factor` to the
+    // channel's sensor and captures the row once the cell has published it.
+    void captureAllRows(int channel, double factor = 1.0);
+    // The four texts that Record Data asks for.
+    void fillRecordTexts();
+    // Presses Record Data and answers the record type dialog with a choice
+    // (the radio button's name) and a description.
+    void recordAs(const char *choice, const QString &description = QString());
 
 private:
     SimCell cell_;
