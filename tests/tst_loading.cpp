@@ -3,6 +3,7 @@
 #include "archivetext.h"
 #include "dialoganswerer.h"
 #include "functions.h"
+#include "history.h"
 #include "simcell.h"
 #include "vrel_cfg.h"
 #include "vrel_util.h"
@@ -202,6 +203,8 @@ class TestLoading : public QObject
     void scaledTable();
     void polynomialRangeAllEmpty();
     void polynomialRangeFirstFilled();
+    void polynomialRangeAfterRecord_data();
+    void polynomialRangeAfterRecord();
     void firstFilledRange_data();
     void firstFilledRange();
     void polynomialRefit();
@@ -259,6 +262,10 @@ void TestLoading::removeTables()
 {
     for (const char *extension : {".tbl", ".save"})
         QFile::remove(tablePath(QString::fromLatin1(kTableName) + QLatin1String(extension)));
+    QDir tables(tablePath(QString()));
+    for (const QString &sibling :
+         tables.entryList({QString::fromLatin1(kTableName) + QStringLiteral("-*.poly_range")}))
+        tables.remove(sibling);
 }
 
 short TestLoading::loadChannel(int channel, DialogAnswerer &answerer)
@@ -737,6 +744,56 @@ void TestLoading::polynomialRangeFirstFilled()
     QCOMPARE(table.x[table.count - 1], 50.0);
     for (int i = 0; i < table.count; ++i)
         QVERIFY(near(table.y[i], 1.0 + 2.0 * table.x[i]));
+}
+
+void TestLoading::polynomialRangeAfterRecord_data()
+{
+    QTest::addColumn<QByteArray>("ranges");
+    QTest::addColumn<int>("cal_mode");
+
+    const QByteArray two_ranges = "RANGE=0 C0=1 C1=3 C2=0.0001 MIN=0 MAX=300 BIAS=0 GAIN=1.0 \n"
+                                  "RANGE=1 C0=0.1 C1=0.3 MIN=0 MAX=30 \n";
+    QTest::newRow("As-Found") << two_ranges << int(CAL_AS_FOUND);
+    QTest::newRow("Verification") << two_ranges << int(CAL_VERIFICATION);
+    QTest::newRow("Re-use, history only") << two_ranges << int(CAL_REUSE);
+    QTest::newRow("from 10, a higher range") << QByteArray("RANGE=0 C0=-2 C1=0.5 MIN=10 MAX=60 \n"
+                                                           "RANGE=5 C1=2 \n")
+                                             << int(CAL_AS_FOUND);
+}
+
+// A range table read from its table file has no points of its own.  A
+// record of the rows captured on a sensor that agrees with its table must
+// not change how the channel looks when the record is loaded back.
+void TestLoading::polynomialRangeAfterRecord()
+{
+    QFETCH(QByteArray, ranges);
+    QFETCH(int, cal_mode);
+    writeFile(QStringLiteral("load_test.tbl"), table_text("POLYNOMIAL_RANGE", ranges));
+    DialogAnswerer answerer;
+    QCOMPARE(loadChannel(0, answerer), short(0));
+    const LongTable before = record_->long_table;
+    const int16_t range = record_->table_info.range_index;
+    QVERIFY(before.count >= 2);
+    record_->new_long_table = before; // the rows, captured at their own values
+
+    if (cal_mode == CAL_REUSE)
+        save_history(record_.get(), uint16_t(cal_mode));
+    else
+        save_calibration(record_.get(), uint16_t(cal_mode));
+    QCOMPARE(loadChannel(0, answerer), short(0));
+
+    QVERIFY2(record_->table_info.last_cal > 1699956000, "loaded from the record");
+    QCOMPARE(record_->table_info.range_index, range);
+    const LongTable &after = record_->long_table;
+    QCOMPARE(after.count, before.count);
+    QCOMPARE(after.x[after.count - 1], before.x[before.count - 1]);
+    Points was, is;
+    for (int i = 0; i < before.count; ++i) {
+        was.append({before.x[i], before.y[i]});
+        is.append({after.x[i], after.y[i]});
+    }
+    QCOMPARE(is, was);
+    QVERIFY(answerer.seen().isEmpty());
 }
 
 void TestLoading::firstFilledRange_data()

@@ -163,6 +163,24 @@ void TestSequences::fitNeverPassesEightCoefficients()
         expected += "MIN=";
     }
     QVERIFY2(file_bytes(tables + "intake_press.tbl").contains(expected), expected.constData());
+
+    // The reload after the rebuild reads the ADJUSTED record: the channel
+    // shows and judges with the table just adopted, and for a range table
+    // the record's range file holds it too.
+    const TablePoly &in_force = cfg->table_info.dim.table_poly[0];
+    QCOMPARE(in_force.num_coeff, int16_t(8));
+    QString fitted_text;
+    for (int c = 0; c < 8; ++c) {
+        QVERIFY2(std::fabs(in_force.coeff[c] - fitted.coeff[c]) <= 1e-9 * std::max(1.0, std::fabs(fitted.coeff[c])),
+                 qPrintable(QString::number(c)));
+        fitted_text += QString::asprintf("%.10g ", fitted.coeff[c]);
+    }
+    if (!as_polynomial) {
+        const QStringList siblings = QDir(tables).entryList({"intake_press-*.poly_range"}, QDir::Files, QDir::Name);
+        QVERIFY(!siblings.isEmpty());
+        const QByteArray sibling = file_bytes(tables + siblings.last());
+        QVERIFY2(sibling.contains("\n \" 0 " + fitted_text.toLatin1() + "\""), sibling.constData());
+    }
 }
 
 void TestSequences::orderListFilledOnce_data()

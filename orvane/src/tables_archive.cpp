@@ -23,6 +23,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -547,11 +548,39 @@ bool RecordText::points(size_t first_bare)
            parse_pairs(dyno, t_.dyno_cal.x, t_.dyno_cal.y, t_.dyno_cal.count, problem_);
 }
 
+// A range's MIN and MAX from the x extent of points, for a range whose
+// sibling line gives too few points of its own to be tabulated at them.
+// Fewer than two finite points, or no width between them, give nothing.
+void set_extent(TablePoly &range, const RawData &points)
+{
+    double lowest = 0.0, highest = 0.0;
+    int finite = 0;
+    for (int i = 0; i < std::min<int>(points.count, ORV_MAX_POINTS); ++i) {
+        const double x = points.x[i];
+        if (!std::isfinite(x))
+            continue;
+        lowest = finite == 0 ? x : std::min(lowest, x);
+        highest = finite == 0 ? x : std::max(highest, x);
+        ++finite;
+    }
+    if (finite < 2 || !(highest > lowest))
+        return;
+    range.min = lowest;
+    range.max = highest;
+}
+
 // The ranges of a POLYNOMIAL_RANGE record.  The record names its sibling
 // by its host path; a sibling beside the archive serves as well, so that a
 // copied folder of tables still reads.
+//
+// A sibling carries no MIN or MAX, and a range read from a table file has
+// no points, so its sibling line has none either.  The defaults would then
+// spread the range in use over 0..1e6: it takes its extent from the points
+// of the record instead, which are the points captured on that range, and
+// so looks after a record as it did before it.
 bool RecordText::sibling(const Scanner::Item &path)
 {
+    const RawData record_points = t_.dim.table_poly[0].raw_data;
     const std::string named(path.text);
     const size_t slash = named.rfind('/');
     const std::string candidates[] = {
@@ -581,6 +610,9 @@ bool RecordText::sibling(const Scanner::Item &path)
     for (int r = ORV_MAX_RANGES - 1; r >= 0; --r)
         if (t_.dim.table_poly[r].num_coeff > 0)
             t_.range_index = static_cast<int16_t>(r);
+    TablePoly &in_use = t_.dim.table_poly[t_.range_index];
+    if (in_use.raw_data.count < 2)
+        set_extent(in_use, record_points);
     return true;
 }
 

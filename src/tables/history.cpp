@@ -507,6 +507,14 @@ int append_history_record(const char *path, VREL_CFG *record, uint16_t cal_mode)
 int save_calibration(VREL_CFG *record, uint16_t cal_mode)
 {
     if (!is_inactive(record)) {
+        // A range table's record writes its range file from the table in
+        // force, and the next load takes the ranges from that file rather
+        // than from the .tbl.  An adjusted range table is therefore adopted
+        // before its record, so that the file holds the table now in force.
+        // It is adopted again below: the record completes the empty ranges
+        // of the table in force, which the adopted table leaves empty.
+        if (cal_mode == CAL_ADJUSTED && record->table_info.tbl_type == TBL_POLYNOMIAL_RANGE)
+            adopt_new_table(record);
         record_history(record, cal_mode);
         record->table_info.last_cal = vrel_now();
         record->table_info.cal_mode = cal_mode;

@@ -20,7 +20,10 @@ int append_history_record(const char *path, VREL_CFG *record, uint16_t cal_mode)
 
 // Records cal_mode in save_file and, for ADJUSTED and
 // CORRELATION_CHANGE, adopts the new table: the outgoing .tbl is appended
-// byte for byte to old_file, then the .tbl is rewritten.  A table named
+// byte for byte to old_file, then the .tbl is rewritten.  An adjusted
+// POLYNOMIAL_RANGE table is adopted before its record as well, so that the
+// record's range file, which the next load reads, holds the adopted
+// ranges rather than the outgoing ones.  A table named
 // "INACTIVE" records nothing.  Clears pending_changes and
 // unrecorded_changes.  Always 0.
 int save_calibration(VREL_CFG *record, uint16_t cal_mode);

@@ -97,10 +97,10 @@ bool Station::applyAndCapture(int channel, int index, double value)
     return true;
 }
 
-bool Station::captureAllAtRowValues(int channel)
+bool Station::captureAllAtRowValues(int channel, double factor)
 {
     for (int i = 0; i < num_points; ++i)
-        if (!applyAndCapture(channel, i, row(i)->currentValueField()->text().toDouble()))
+        if (!applyAndCapture(channel, i, row(i)->currentValueField()->text().toDouble() * factor))
             return false;
     return true;
 }
@@ -131,3 +131,4 @@ void Station::captureRow(int index)
     for (int i = 0; i <= averaging_count && worker()->isAveraging(); ++i)
         worker()->dealWithStatValuesAveraging();
 }
+

@@ -39,8 +39,9 @@ public:
     // The technician applies `value` to the channel's sensor, waits for the
     // cell to publish it, and captures it on a row.
     bool applyAndCapture(int channel, int index, double value);
-    // The same for every row in use, each at the value its row shows.
-    bool captureAllAtRowValues(int channel);
+    // The same for every row in use, each at the value its row shows
+    // times `factor`.
+    bool captureAllAtRowValues(int channel, double factor = 1.0);
     // The texts a record asks for, and a record of the given type
     // ("rbAsFound", "rbVerification") through the record type dialog,
     // with the answer to the question that follows it, if any.

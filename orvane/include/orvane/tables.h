@@ -45,7 +45,11 @@ int read_table(const char *path, TableInfo *table);
  * points, the RANGE= defaults for the rest) from the .poly_range file it
  * names, or from a file of that name beside the archive; range 0's points
  * are then that file's, and range_index is the first range with
- * coefficients.  cal_interval is 0: records do not hold it.
+ * coefficients.  The file holds no MIN or MAX: when that range has fewer
+ * than two points there, its min and max are the lowest and highest x of
+ * the record's own points (when at least two finite x span a width), so
+ * that compute_long_table tabulates it over what was captured rather than
+ * over the default 0..1e6.  cal_interval is 0: records do not hold it.
  * Returns 1; 0 when the archive does not exist or is empty; -1 for a
  * malformed newest record, a missing or malformed .poly_range file, or no
  * record start in the last 4 MB, logged with the file, the record's byte
