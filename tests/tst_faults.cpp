@@ -296,14 +296,17 @@ QString check_whole_records(const QByteArray &archive, const QByteArray &record,
         // only at its start: the next append begins at the next of them.
         const int next = archive.indexOf(kArchiveRecordStart, at + 1);
         QByteArray piece = archive.mid(at, next < 0 ? -1 : next - at);
-        if (piece == record) {
+        if (piece != record && next >= 0 && piece.endsWith('\n') && !record.startsWith(piece))
+            piece.chop(1); // the line end put before the next record
+        // A whole record may be followed by one cut within its opening
+        // line, which the search for the next record's start passes over.
+        const bool starts_whole = piece.startsWith(record);
+        if (starts_whole) {
             ++*whole;
-        } else {
-            if (next >= 0 && piece.endsWith('\n') && !record.startsWith(piece))
-                piece.chop(1); // the line end put before the next record
-            if (!record.startsWith(piece) || piece.isEmpty())
-                return QStringLiteral("bytes %1 to %2 are no part of a record").arg(at).arg(at + piece.size());
+            piece.remove(0, record.size());
         }
+        if ((!starts_whole && piece.isEmpty()) || !record.startsWith(piece))
+            return QStringLiteral("bytes %1 to %2 are no part of a record").arg(at).arg(at + piece.size());
         if (next < 0)
             break;
         if (archive.at(next - 1) != '\n')
