@@ -1,5 +1,6 @@
 // The whole flow from channel to new table: Record, Adjust, Re-use, and
 // the files on disk that tell the story.
+#include "calibrationfiles.h"
 #include "archivecheck.h"
 #include "station.h"
 
@@ -14,6 +15,9 @@
 #include <orvane/cell.h>
 #include <orvane/shm.h>
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QtTest>
@@ -195,6 +199,27 @@ void TestFlow::drifted_channel_asFound_adjust_verify()
     const QByteArray csv = report.readAll();
     QVERIFY(csv.contains("Cal_Status,-,AS_LEFT,,,,\n"));
     QVERIFY(csv.contains("Comment,-,yearly with commas,,,,\n"));
+
+    // Each report has its twin for programs, with what the CSV cannot
+    // carry: the samples of every average and the scheduler's tick.
+    for (const QString &name : written) {
+        QFile twin(tables + "verifications/" + QString(name).replace(".csv", ".json"));
+        QVERIFY2(twin.open(QIODevice::ReadOnly), qPrintable(twin.fileName()));
+        const QJsonObject json = QJsonDocument::fromJson(twin.readAll()).object();
+        QCOMPARE(json.value("scheduler_tick_ms").toInt(), 20);
+        QCOMPARE(json.value("table").toString(), QStringLiteral("coolant_temp"));
+        const QJsonArray points = json.value("points").toArray();
+        QCOMPARE(points.size(), int(num_points));
+        for (int i = 0; i < points.size(); ++i) {
+            const QJsonObject point = points[i].toObject();
+            QCOMPARE(point.value("samples").toInt(), 3);
+            QCOMPARE(point.value("set_point").toDouble(), cfg->point_stats[i].ref_value);
+        }
+    }
+    const QJsonObject as_left =
+        QJsonDocument::fromJson(file_bytes(tables + "verifications/" + QString(written.filter("_AL_").first()).replace(".csv", ".json"))).object();
+    QCOMPARE(as_left.value("cal_status").toString(), QStringLiteral("AS_LEFT"));
+    QCOMPARE(as_left.value("points").toArray()[0].toObject().value("mean").toDouble(), cfg->point_stats[0].eng_mean);
 }
 
 void TestFlow::acceptNoAdjust()

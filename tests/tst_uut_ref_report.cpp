@@ -10,6 +10,9 @@
 #include <orvane/shm.h>
 #include <orvane/vars.h>
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QDir>
 #include <QtTest>
 
@@ -438,10 +441,19 @@ void TstUutRefReport::report()
 
     write_calibration_report(c.action);
 
-    QCOMPARE(QDir(verifications()).entryList(QDir::Files),
-             QStringList{QString::fromLatin1(c.file)});
-    COMPARE_GOLDEN(file_bytes(verifications() + QLatin1Char('/') + QString::fromLatin1(c.file)),
-                   QString::fromLatin1(c.golden));
+    const QString csv = QString::fromLatin1(c.file);
+    QString json = csv;
+    json.replace(QLatin1String(".csv"), QLatin1String(".json"));
+    QCOMPARE(QDir(verifications()).entryList(QDir::Files), QStringList({csv, json}));
+    COMPARE_GOLDEN(file_bytes(verifications() + QLatin1Char('/') + csv), QString::fromLatin1(c.golden));
+    // The twin holds the same points, whatever the station's locale.
+    const QJsonObject twin = QJsonDocument::fromJson(file_bytes(verifications() + QLatin1Char('/') + json)).object();
+    const QJsonArray points = twin.value(QLatin1String("points")).toArray();
+    QCOMPARE(points.size(), int(c.points));
+    for (int i = 0; i < points.size(); ++i)
+        QCOMPARE(points[i].toObject().value(QLatin1String("mean")).toDouble(), record_->point_stats[i].eng_mean);
+    QCOMPARE(twin.value(QLatin1String("uut")).toObject().value(QLatin1String("full_scale")).toDouble(),
+             record_->uut_full_scale);
 }
 
 void TstUutRefReport::reportOfTheSameSecondIsRewritten()
@@ -455,7 +467,7 @@ void TstUutRefReport::reportOfTheSameSecondIsRewritten()
 
     write_calibration_report(CAL_VERIFICATION);
 
-    QCOMPARE(QDir(verifications()).entryList(QDir::Files),
+    QCOMPARE(QDir(verifications()).entryList({"*.csv"}, QDir::Files),
              QStringList{QStringLiteral("ENG_T1_AL_11142023221320.csv")});
     QVERIFY(file_bytes(verifications() + QStringLiteral("/ENG_T1_AL_11142023221320.csv"))
                 .contains("\nComment,-,second thoughts,,,,\n"));

@@ -172,6 +172,7 @@ void Worker::finishAverage()
     slot.eng_max = current_average.eng_max;
     std::memcpy(slot.capture_date, current_average.capture_date, sizeof slot.capture_date);
     std::memcpy(slot.capture_time, current_average.capture_time, sizeof slot.capture_time);
+    point_samples[point_index] = sample_count;
     // Copied even with the environment switched off: the slot then takes
     // what an earlier average left.  Switched on but never resolved, the
     // slot keeps what it holds.

@@ -12,6 +12,7 @@ bool environment_confirmed = false;
 int16_t touch_screen = 0;
 bool debug_mode = false;
 int32_t averaging_count = 0;
+int32_t point_samples[kMaxPoints] = {};
 MainWindow *the_main_window = nullptr;
 CellInfo *cell_info = nullptr;
 EnvSettings *env_settings = nullptr;

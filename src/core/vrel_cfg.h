@@ -178,6 +178,9 @@ extern bool environment_confirmed;
 extern int16_t touch_screen;        // 1 on a station with the touch-screen marker file
 extern bool debug_mode;             // "-d" was given
 extern int32_t averaging_count;     // scheduler ticks in one average
+// The samples each point's last average held, kept beside the record
+// (whose layout is the host's); 0 for a point not averaged in this run.
+extern int32_t point_samples[kMaxPoints];
 extern MainWindow *the_main_window;
 extern CellInfo *cell_info;
 extern EnvSettings *env_settings;

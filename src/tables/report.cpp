@@ -7,6 +7,9 @@
 #include "vrel_cfg.h"
 #include "writer_support.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLocale>
 #include <QSettings>
 
@@ -226,6 +229,102 @@ void write_environment(const Rows &rows, const VREL_CFG &record)
     rows.texts("CellEnv_T", "C", unmeasured);
 }
 
+QString latin1(const char *text)
+{
+    return QString::fromLatin1(text);
+}
+
+// The report again, for programs rather than a laboratory data system:
+// the same header, statistics, reference, UUT and environment, and what
+// the CSV has no place for, the samples of each point's average and the
+// scheduler's tick, so that the uncertainty of a mean can be stated.
+// {
+//   "cal_status", "cell", "user", "approver", "site", "address", "comment",
+//   "channel", "channel_name", "table", "units", "number_of_points",
+//   "averaging_seconds", "scheduler_tick_ms",
+//   "reference": {"manufacturer", "model", "serial_number",
+//                 "equipment_number", "cal_due_date", "physical_connection"},
+//   "uut": {"cal_type", "full_scale", "full_scale_units", "error_limit",
+//           "error_limit_units", "mte", "manufacturer", "model",
+//           "procedure", "serial_number"},
+//   "environment_units": {"humidity", "pressure", "temperature"},
+//   "points": [{"step", "mean", "stdev", "min", "max", "date", "time",
+//               "set_point", "samples", "humidity", "pressure",
+//               "temperature"}, ...]
+// }
+// Without the environment variables the three means are -999999, as in
+// the CSV.
+QJsonObject report_object(const VREL_CFG &record, uint16_t action, const char *channel, int points)
+{
+    const bool environment = env_settings && env_settings->env_vars_used;
+    QJsonArray rows;
+    for (int i = 0; i < points; ++i) {
+        const PointRecord &stats = record.point_stats[i];
+        const EnvSample &env = record.env[i];
+        rows.append(QJsonObject{
+            {"step", i + 1}, {"mean", stats.eng_mean}, {"stdev", stats.eng_stdev}, {"min", stats.eng_min},
+            {"max", stats.eng_max}, {"date", latin1(stats.capture_date)}, {"time", latin1(stats.capture_time)},
+            {"set_point", stats.ref_value}, {"samples", point_samples[i]},
+            {"humidity", environment ? env.humidity : -999999.0},
+            {"pressure", environment ? env.pressure : -999999.0},
+            {"temperature", environment ? env.temperature : -999999.0}});
+    }
+    const TableInfo &table = record.table_info;
+    return QJsonObject{
+        {"cal_status", latin1(record_action_word(action))},
+        {"cell", latin1(cell_name())},
+        {"user", latin1(table.technician)},
+        {"approver", latin1(record.lab_manager)},
+        {"site", latin1(site_name())},
+        {"address", QString::fromLatin1(site_address())},
+        {"comment", latin1(record.comment)},
+        {"channel", record.channel},
+        {"channel_name", latin1(channel)},
+        {"table", latin1(table.tbl_name)},
+        {"units", latin1(table.tbl_units)},
+        {"number_of_points", num_points},
+        {"averaging_seconds", static_cast<int>(record.averaging_seconds)},
+        {"scheduler_tick_ms", Sched_attr ? static_cast<int>(Sched_attr->tick) : 0},
+        {"reference", QJsonObject{{"manufacturer", latin1(record.ref_mfg)},
+                                  {"model", latin1(record.ref_model)},
+                                  {"serial_number", latin1(record.ref_ser_num)},
+                                  {"equipment_number", latin1(record.ref_equip_num)},
+                                  {"cal_due_date", latin1(record.ref_cal_due_date)},
+                                  {"physical_connection", latin1(record.ref_physical_con)}}},
+        {"uut", QJsonObject{{"cal_type", latin1(record.uut_cal_type)},
+                            {"full_scale", record.uut_full_scale},
+                            {"full_scale_units", latin1(record.uut_full_scale_units)},
+                            {"error_limit", record.uut_error_limit},
+                            {"error_limit_units", latin1(record.uut_error_limit_units)},
+                            {"mte", latin1(record.uut_mte)},
+                            {"manufacturer", latin1(record.uut_mfg)},
+                            {"model", latin1(record.uut_model)},
+                            {"procedure", latin1(table.working_standard)},
+                            {"serial_number", latin1(record.uut_sn)}}},
+        {"environment_units",
+         QJsonObject{{"humidity", environment ? QString::fromStdString(variable_units(humidity_var)) : "%"},
+                     {"pressure", environment ? QString::fromStdString(variable_units(barometer_var)) : "kpa"},
+                     {"temperature", environment ? QString::fromStdString(variable_units(room_temp_var)) : "C"}}},
+        {"points", rows}};
+}
+
+// Beside the CSV, under its name with ".json"; whole or not at all.
+void write_report_twin(const char *csv_path, const QJsonObject &report)
+{
+    std::string path(csv_path);
+    const std::string csv(".csv");
+    if (path.size() < csv.size() || path.compare(path.size() - csv.size(), csv.size(), csv) != 0)
+        return; // a name cut by its buffer has no ending to replace
+    path.replace(path.size() - csv.size(), csv.size(), ".json");
+    ReplacementFile replacement(path.c_str());
+    FILE *file = replacement.stream();
+    if (!file)
+        return;
+    const QByteArray text = QJsonDocument(report).toJson(QJsonDocument::Indented);
+    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), file);
+    replacement.commit();
+}
+
 } // namespace
 
 void write_calibration_report(uint16_t action)
@@ -250,5 +349,6 @@ void write_calibration_report(uint16_t action)
     write_statistics(rows, record, channel);
     write_reference_and_uut(rows, record, channel);
     write_environment(rows, record);
-    replacement.commit();
+    if (replacement.commit())
+        write_report_twin(path, report_object(record, action, channel, bounded_count(num_points, kMaxPoints)));
 }
