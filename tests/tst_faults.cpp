@@ -162,26 +162,14 @@ class ReadOnlyTree
 
 // A folder that takes no new file while this lives, its files staying
 // writable: no write bits and, for root, the immutable flag.
-class ClosedFolder
+class ClosedFolder : public LockedPath
 {
   public:
-    explicit ClosedFolder(const QString &path) : path_(QFile::encodeName(path))
-    {
-        ::chmod(path_.constData(), 0555);
-        immutable_ = set_immutable(path_.constData(), true);
-    }
-    ~ClosedFolder()
-    {
-        if (immutable_)
-            set_immutable(path_.constData(), false);
-        ::chmod(path_.constData(), 0755);
-    }
-    ClosedFolder(const ClosedFolder &) = delete;
-    ClosedFolder &operator=(const ClosedFolder &) = delete;
+    explicit ClosedFolder(const QString &path) : LockedPath(QFile::encodeName(path), 0555, 0755) {}
 
     bool holds() const
     {
-        const QByteArray probe = path_ + "/write_probe";
+        const QByteArray probe = path() + "/write_probe";
         const int fd = ::open(probe.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
         if (fd < 0)
             return true;
@@ -189,10 +177,6 @@ class ClosedFolder
         ::unlink(probe.constData());
         return false;
     }
-
-  private:
-    QByteArray path_;
-    bool immutable_ = false;
 };
 
 // A simulated cell and the calibration record of one of its channels,

@@ -147,37 +147,18 @@ namespace writer_fixture
 // read-only and, where permissions do not bind (a test run as root), the
 // immutable attribute.  ok() is false when neither takes; the test then
 // skips.  Undone on destruction so that the temporary folder can go.
-class Unwritable
+class Unwritable : public LockedPath
 {
   public:
-    explicit Unwritable(const QString &path) : path_(path.toLocal8Bit())
+    explicit Unwritable(const QString &path) : LockedPath(path.toLocal8Bit(), 0444, 0644) {}
+    bool ok() const
     {
-        ::chmod(path_.constData(), 0444);
-        if (!writable())
-            return;
-        immutable_ = set_immutable(path_.constData(), true);
-    }
-    ~Unwritable()
-    {
-        if (immutable_)
-            set_immutable(path_.constData(), false);
-        ::chmod(path_.constData(), 0644);
-    }
-    Unwritable(const Unwritable &) = delete;
-    Unwritable &operator=(const Unwritable &) = delete;
-    bool ok() const { return !writable(); }
-
-  private:
-    bool writable() const
-    {
-        const int fd = ::open(path_.constData(), O_WRONLY);
+        const int fd = ::open(path().constData(), O_WRONLY);
         if (fd < 0)
-            return false;
+            return true;
         ::close(fd);
-        return true;
+        return false;
     }
-    QByteArray path_;
-    bool immutable_ = false;
 };
 
 inline bool write_file(const QString &path, const QByteArray &bytes)

@@ -2,7 +2,10 @@
 // tests run as root, for whom permission bits do not bind.
 #pragma once
 
+#include <QByteArray>
+
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -23,3 +26,33 @@ inline bool set_immutable(const char *path, bool on)
     ::close(fd);
     return done;
 }
+
+// While it lives, a file or folder has `locked_mode` and, where permission
+// bits do not bind, the immutable attribute; both are undone after, with
+// `unlocked_mode`, so that the temporary folder can go.
+class LockedPath
+{
+  public:
+    LockedPath(const QByteArray &path, mode_t locked_mode, mode_t unlocked_mode)
+        : path_(path), unlocked_mode_(unlocked_mode)
+    {
+        ::chmod(path_.constData(), locked_mode);
+        immutable_ = set_immutable(path_.constData(), true);
+    }
+    ~LockedPath()
+    {
+        if (immutable_)
+            set_immutable(path_.constData(), false);
+        ::chmod(path_.constData(), unlocked_mode_);
+    }
+    LockedPath(const LockedPath &) = delete;
+    LockedPath &operator=(const LockedPath &) = delete;
+
+  protected:
+    const QByteArray &path() const { return path_; }
+
+  private:
+    QByteArray path_;
+    mode_t unlocked_mode_;
+    bool immutable_ = false;
+};
