@@ -6,6 +6,8 @@
 #include <QMessageBox>
 #include <QPushButton>
 
+#include <algorithm>
+
 DialogAnswerer::DialogAnswerer()
 {
     timer_.setInterval(10);
@@ -34,7 +36,7 @@ void DialogAnswerer::poll()
     }
     // A message box is only answerable once it is laid out and shown, and
     // only once the answer given to it before has been carried out.
-    if (!modal->isVisible() || modal == answering_)
+    if (!modal->isVisible() || answering_.contains(modal))
         return;
     Seen seen;
     seen.title = modal->windowTitle();
@@ -57,19 +59,21 @@ void DialogAnswerer::poll()
     seen_.append(seen);
     // The answer is given from the event loop, not from inside this timer
     // slot: what the click opens in turn must find the timer free to fire.
-    answering_ = modal;
+    answering_.append(modal);
     QPointer<QAbstractButton> button(target);
     QPointer<QWidget> widget(modal);
     QMetaObject::invokeMethod(
         this,
-        [this, button, widget] {
+        [this, button, widget, modal] {
             if (button)
                 button->click();
             else if (auto *dialog = qobject_cast<QDialog *>(widget.data()))
                 dialog->reject();
             else if (widget)
                 widget->close();
-            answering_ = nullptr;
+            answering_.erase(std::remove_if(answering_.begin(), answering_.end(),
+                                            [modal](const QPointer<QWidget> &w) { return w.isNull() || w == modal; }),
+                             answering_.end());
         },
         Qt::QueuedConnection);
 }

@@ -43,5 +43,8 @@ private:
     QStringList answers_;
     QVector<std::function<void(QWidget *)>> preparations_;
     QVector<Seen> seen_;
-    QPointer<QWidget> answering_; // the widget whose answer is on its way
+    // The widgets whose answers are on their way.  A click may open further
+    // modal widgets inside it; each stays here until its own click returns,
+    // so an inner answer never frees an outer form that is still closing.
+    QVector<QPointer<QWidget>> answering_;
 };
