@@ -4,7 +4,7 @@
 #                                            man pages, desktop entry and icon
 #   (cd build && cpack -G DEB)               sensiva-vrel_<version>_<arch>.deb
 #
-# Installed: vrel_util, the simulated cell orvane-sim, the table builder
+# Installed: vrel_util, the history program vrel_history, the simulated cell orvane-sim, the table builder
 # bld_tables and the reference-standard control orvane-refcontrol into bin,
 # liborvane_host into lib.  The utility starts the builder as
 # /orvane/bin/bld_tables; orvane-sim makes that path point at the builder
@@ -15,7 +15,7 @@
 
 include(GNUInstallDirs)
 
-set(VREL_INSTALLED_PROGRAMS vrel_util orvane-sim bld_tables orvane-refcontrol)
+set(VREL_INSTALLED_PROGRAMS vrel_util vrel_history orvane-sim bld_tables orvane-refcontrol)
 set_target_properties(${VREL_INSTALLED_PROGRAMS} PROPERTIES
   INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
@@ -24,11 +24,12 @@ install(TARGETS ${VREL_INSTALLED_PROGRAMS} RUNTIME DESTINATION ${CMAKE_INSTALL_B
 install(TARGETS orvane_host LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
 install(FILES
   ${CMAKE_SOURCE_DIR}/docs/man/vrel_util.1
+  ${CMAKE_SOURCE_DIR}/docs/man/vrel_history.1
   ${CMAKE_SOURCE_DIR}/docs/man/orvane-sim.1
   ${CMAKE_SOURCE_DIR}/docs/man/bld_tables.1
   ${CMAKE_SOURCE_DIR}/docs/man/orvane-refcontrol.1
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES ${CMAKE_SOURCE_DIR}/share/vrel_util.desktop
+install(FILES ${CMAKE_SOURCE_DIR}/share/vrel_util.desktop ${CMAKE_SOURCE_DIR}/share/vrel_history.desktop
   DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${CMAKE_SOURCE_DIR}/share/vrel_util.svg
   DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
@@ -41,7 +42,8 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Sensor calibration utility for engine tes
 string(CONCAT CPACK_PACKAGE_DESCRIPTION
   "The Sensiva Calibration Utility calibrates the analogue sensors of an engine\n"
   "test cell against a reference standard: As-Found, adjustment of the channel's\n"
-  "table, Verification, with a history, data files and a CSV report per event.\n"
+  "table, Verification, with a history, data files and a CSV report per event,\n"
+  "and vrel_history for the archive's drift, intervals and certificates.\n"
   "The package also holds a stand-in for the cell host's libraries, a simulated\n"
   "test cell (orvane-sim), its table builder and a reference-standard control\n"
   "for training.")

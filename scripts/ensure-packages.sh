@@ -7,8 +7,9 @@
 #   libgsl-dev                least-squares fits in the host stand-in
 #   xvfb, xauth               a display for the demo and screenshots on a headless machine
 #   locales-all               tests that write and read files under a German locale
+#   poppler-utils             pdftotext: tests read the history program's certificate back as text
 
-VREL_PACKAGES=(cmake g++ make qtbase5-dev libqwt-qt5-dev libgsl-dev xvfb xauth locales-all)
+VREL_PACKAGES=(cmake g++ make qtbase5-dev libqwt-qt5-dev libgsl-dev xvfb xauth locales-all poppler-utils)
 
 # Only scripts/fuzz-smoke needs these: the fuzz targets are built with clang,
 # and libFuzzer's runtime (libclang_rt.fuzzer) comes with Debian's

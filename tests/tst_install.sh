@@ -59,7 +59,8 @@ done
 check "the package does not depend on its own library" bash -c "! grep -q orvane <<<'$depends'"
 
 contents=$(dpkg-deb -c "$deb")
-for file in ./usr/bin/vrel_util ./usr/bin/orvane-sim ./usr/bin/bld_tables ./usr/bin/orvane-refcontrol \
+for file in ./usr/bin/vrel_util ./usr/bin/vrel_history ./usr/share/man/man1/vrel_history.1 \
+    ./usr/share/applications/vrel_history.desktop ./usr/bin/orvane-sim ./usr/bin/bld_tables ./usr/bin/orvane-refcontrol \
     ./usr/lib/liborvane_host.so.1 ./usr/share/applications/vrel_util.desktop \
     ./usr/share/icons/hicolor/scalable/apps/vrel_util.svg ./usr/share/man/man1/vrel_util.1 \
     ./usr/share/man/man1/orvane-sim.1 ./usr/share/man/man1/bld_tables.1; do

@@ -1,0 +1,87 @@
+#include "drift_plot.h"
+
+#include <qwt_date.h>
+#include <qwt_date_scale_draw.h>
+#include <qwt_legend.h>
+#include <qwt_plot.h>
+#include <qwt_plot_curve.h>
+#include <qwt_plot_grid.h>
+#include <qwt_plot_marker.h>
+#include <qwt_plot_renderer.h>
+#include <qwt_symbol.h>
+
+#include <QDateTime>
+#include <QImage>
+#include <QPainter>
+
+#include <cmath>
+
+namespace {
+
+const QColor kSeriesColours[] = {Qt::darkBlue, Qt::darkRed, Qt::darkGreen, Qt::darkMagenta,
+                                 Qt::darkCyan, Qt::darkYellow, Qt::black,   Qt::gray};
+
+void limit_line(QwtPlot *plot, double value, const QString &label)
+{
+    auto *marker = new QwtPlotMarker;
+    marker->setLineStyle(QwtPlotMarker::HLine);
+    marker->setYValue(value);
+    marker->setLinePen(QColor(255, 78, 78), 1.5, Qt::DashLine);
+    marker->setLabel(QwtText(label));
+    marker->setLabelAlignment(Qt::AlignRight | Qt::AlignTop);
+    marker->attach(plot);
+}
+
+} // namespace
+
+void draw_drift(QwtPlot *plot, const ChannelHistory &history)
+{
+    plot->detachItems(QwtPlotItem::Rtti_PlotItem, true);
+    plot->setCanvasBackground(Qt::white);
+    plot->setTitle(QStringLiteral("%1: error at each set point").arg(history.table));
+    plot->setAxisTitle(QwtPlot::yLeft, QStringLiteral("error, % of span"));
+    auto *scale = new QwtDateScaleDraw(Qt::LocalTime);
+    scale->setDateFormat(QwtDate::Month, QStringLiteral("MMM yyyy"));
+    scale->setDateFormat(QwtDate::Year, QStringLiteral("yyyy"));
+    plot->setAxisScaleDraw(QwtPlot::xBottom, scale);
+    if (!plot->legend())
+        plot->insertLegend(new QwtLegend, QwtPlot::RightLegend);
+    auto *grid = new QwtPlotGrid;
+    grid->setMajorPen(QColor(220, 220, 220), 0.0, Qt::DotLine);
+    grid->attach(plot);
+
+    const double span = history.span;
+    size_t colour = 0;
+    for (const SetPointDrift &set_point : history.set_points) {
+        QVector<QPointF> samples;
+        for (const auto &error : set_point.errors)
+            if (span > 0.0 && std::isfinite(error.second))
+                samples.append(QPointF(QwtDate::toDouble(QDateTime::fromSecsSinceEpoch(error.first)),
+                                       error.second / span * 100.0));
+        if (samples.isEmpty())
+            continue;
+        const QColor tint = kSeriesColours[colour++ % (sizeof kSeriesColours / sizeof kSeriesColours[0])];
+        auto *curve = new QwtPlotCurve(QStringLiteral("%1 %2").arg(set_point.set_point, 0, 'g', 6).arg(history.table_units));
+        curve->setPen(tint, 1.5);
+        curve->setSymbol(new QwtSymbol(QwtSymbol::Ellipse, tint, tint, QSize(6, 6)));
+        curve->setSamples(samples);
+        curve->attach(plot);
+    }
+    const double limit = history.interval.limit_pct;
+    limit_line(plot, limit, QStringLiteral("adjustment limit"));
+    limit_line(plot, -limit, QString());
+    plot->replot();
+}
+
+bool save_drift_picture(const ChannelHistory &history, const QString &path, int width, int height)
+{
+    QwtPlot plot;
+    plot.resize(width, height);
+    draw_drift(&plot, history);
+    QImage image(width, height, QImage::Format_ARGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    QwtPlotRenderer().render(&plot, &painter, QRectF(0, 0, width, height));
+    painter.end();
+    return image.save(path, "PNG");
+}
