@@ -4,7 +4,7 @@
 //
 // Usage: bench_archive [folder]   (default: a new folder under /tmp, removed
 // afterwards)
-#include "archivetext.h"
+#include "archive_records.h"
 #include <orvane/tables.h>
 
 #include <unistd.h>
@@ -21,47 +21,13 @@ namespace
 
 constexpr int kRuns = 31;
 
-// One record as the utility appends it: the comment block, then the data
-// line of quoted fields with five points.
-std::string record(long time)
-{
-    std::string text = std::string(kArchiveRecordStart) + kArchiveFieldNames + kArchiveCoefficientNames;
-    char line[256];
-    for (int i = 0; i < 5; ++i) {
-        std::snprintf(line, sizeof line,
-                      "# channel->table_info.dim.table_poly[0].raw_data.x[%d] "
-                      "channel->table_info.dim.table_poly[0].raw_data.y[%d]\n",
-                      i, i);
-        text += line;
-    }
-    char data[2048];
-    std::snprintf(data, sizeof data,
-                  "\n%ld \"10:13:20 PM 11/14/23\" 'AS_FOUND' 'NOADJ' \"inlet_air\" \\\n "
-                  "\"INTERPOLATION\" \"0.25\" "
-                  "\"PCT\" \\\n   \"routine check\" \\\n   \"0[PCT]\"   \".25[PCT]\" \\\n   "
-                  "\"0[PCT]\"   \"1[PCT]\" \\\n"
-                  "   \"0[PCT]\"   \"2[PCT]\" \\\n   \"0[PCT]\"   \"0[PCT]\" \\\n   \"0[PCT]\"   "
-                  "\"0[PCT]\" \\\n"
-                  "   \"0[PCT]\"   \"0[PCT]\" \\\n   \"PT100\" \"SN-4711\" \"degC\" \\\n   "
-                  "\"-50[degC]\" \"150[degC]\" \\\n"
-                  "   \"-50[degC]\" \"150[degC]\" \\\n   \"J. Doe\" \"WS-17\" \"mV\" \"degC\" \\\n"
-                  " \" 0 -50 20 \"  \\\n \"none\" \"Inlet air\"  ",
-                  time);
-    text += data;
-    for (int i = 0; i < 5; ++i) {
-        std::snprintf(line, sizeof line, " \\\n   %10.6g %10.6g", 2.5 * i, -50.0 + 50.0 * i);
-        text += line;
-    }
-    return text + "\n\n";
-}
-
 bool write_archive(const std::string &path, int records, long first_time)
 {
     FILE *file = std::fopen(path.c_str(), "w");
     if (!file)
         return false;
     for (int i = 0; i < records; ++i) {
-        const std::string text = record(first_time + i);
+        const std::string text = archive_record(first_time + i);
         std::fwrite(text.data(), 1, text.size(), file);
     }
     return std::fclose(file) == 0;
@@ -114,7 +80,7 @@ int main(int argc, char **argv)
         if (status != 0)
             break;
         std::sort(micros.begin(), micros.end());
-        const long bytes = static_cast<long>(record(first_time).size()) * records;
+        const long bytes = static_cast<long>(archive_record(first_time).size()) * records;
         std::printf("%10d %10.1f %14.1f %14.1f\n", records, bytes / 1e6, micros[micros.size() / 2],
                     micros.front());
         std::remove(path.c_str());

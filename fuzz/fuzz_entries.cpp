@@ -1,6 +1,8 @@
 #include "fuzz_entries.h"
 
+#include "archive_reader.h"
 #include "archivetext.h"
+#include "drift.h"
 #include "uut_ref.h"
 #include "vrel_callbacks.h"
 #include "vrel_cfg.h"
@@ -200,6 +202,15 @@ std::string whole_record()
     return text;
 }
 
+// The archive with a whole record appended on a line of its own.
+std::string with_whole_record(std::string_view archive)
+{
+    std::string grown(archive);
+    if (!grown.empty() && grown.back() != '\n')
+        grown += '\n';
+    return grown + whole_record();
+}
+
 // ---------------------------------------------------------------- get_1st_line
 
 bool is_white(char c)
@@ -293,11 +304,7 @@ std::string fuzz_read_archive(const uint8_t *data, size_t size)
 
     // Whatever the archive's tail holds, a whole record appended after it
     // (on a line of its own) is the one read.
-    std::string grown(files.first);
-    if (!grown.empty() && grown.back() != '\n')
-        grown += '\n';
-    grown += whole_record();
-    scratch().put("/cell/tables/fuzz.save", grown);
+    scratch().put("/cell/tables/fuzz.save", with_whole_record(files.first));
     records[0] = nullptr;
     if (read_archive_file_poly(1, archive.c_str(), records, slots) != 1 || !records[0])
         return "a whole record appended after this archive does not read";
@@ -421,6 +428,78 @@ std::string fuzz_uut_ref(const uint8_t *data, size_t size)
     return {};
 }
 
+// ---------------------------------------------------------------- history_archive
+
+namespace
+{
+
+std::string history_promises(const std::vector<HistoryRecord> &records, const std::vector<ArchiveDamage> &damage)
+{
+    int previous = 0;
+    for (const HistoryRecord &r : records) {
+        if (r.line <= previous)
+            return "records out of order: line " + std::to_string(r.line) + " after " + std::to_string(previous);
+        previous = r.line;
+        if (r.coefficients.size() > 8)
+            return "more than eight coefficients";
+        if (!r.ranges.empty() && r.ranges.size() != 8)
+            return "a range file gave " + std::to_string(r.ranges.size()) + " ranges";
+    }
+    for (const ArchiveDamage &d : damage)
+        if (d.line < 1 || d.reason.isEmpty())
+            return "a damaged record without its line or reason";
+    return {};
+}
+
+} // namespace
+
+std::string fuzz_history_archive(const uint8_t *data, size_t size)
+{
+    const TwoFiles files = split_files(bytes_of(data, size));
+    const std::string archive = scratch().put("/cell/tables/fuzz.save", files.first);
+    if (files.has_second)
+        scratch().put("/cell/tables/fuzz.poly_range", files.second);
+    else
+        scratch().remove("/cell/tables/fuzz.poly_range");
+    const QString path = QString::fromStdString(archive);
+
+    std::vector<HistoryRecord> records;
+    {
+        ArchiveReader reader(path);
+        if (!reader.open())
+            return "an archive that exists does not open: " + reader.error().toStdString();
+        HistoryRecord record;
+        while (reader.next(record))
+            records.push_back(record);
+        const std::string broken = history_promises(records, reader.damage());
+        if (!broken.empty())
+            return broken;
+    }
+    {
+        ArchiveReader reader(path);
+        reader.open();
+        const ChannelHistory history = analyse_archive(reader);
+        if (history.records.size() != records.size())
+            return "the analysis saw " + std::to_string(history.records.size()) + " records, the reader " +
+                   std::to_string(records.size());
+    }
+
+    // Whatever the archive holds, a whole record appended after it (on a
+    // line of its own) is read as its last record.
+    scratch().put("/cell/tables/fuzz.save", with_whole_record(files.first));
+    ArchiveReader reader(path);
+    reader.open();
+    HistoryRecord record, last;
+    bool any = false;
+    while (reader.next(record)) {
+        last = record;
+        any = true;
+    }
+    if (!any || last.time != kWholeRecordTime || last.points.size() != 2 || last.points[1].y != 100.0)
+        return "a whole record appended after this archive does not read as its last";
+    return {};
+}
+
 const FuzzTarget *fuzz_targets(size_t *count)
 {
     static const FuzzTarget targets[] = {
@@ -429,6 +508,7 @@ const FuzzTarget *fuzz_targets(size_t *count)
         {"get_1st_line", fuzz_get_1st_line},
         {"split_value_units", fuzz_split_value_units},
         {"uut_ref", fuzz_uut_ref},
+        {"history_archive", fuzz_history_archive},
     };
     *count = sizeof targets / sizeof targets[0];
     return targets;

@@ -35,12 +35,16 @@ std::string fuzz_read_archive(const uint8_t *data, size_t size);
 std::string fuzz_get_1st_line(const uint8_t *data, size_t size);
 std::string fuzz_split_value_units(const uint8_t *data, size_t size);
 std::string fuzz_uut_ref(const uint8_t *data, size_t size);
+//   history_archive   the history program's reading of a whole .save, then
+//                     (after the marker) the .poly_range sibling, as for
+//                     read_archive
+std::string fuzz_history_archive(const uint8_t *data, size_t size);
 
 struct FuzzTarget {
     const char *name; // also the folder of its corpus and kept inputs
     std::string (*run)(const uint8_t *data, size_t size);
 };
 
-// The five targets above, by name.
+// The six targets above, by name.
 const FuzzTarget *fuzz_targets(size_t *count);
 const FuzzTarget *fuzz_target(const char *name);

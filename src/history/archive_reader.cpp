@@ -11,7 +11,7 @@
 namespace {
 
 const char kRecordStart[] = "# The following comment lines describes the data in";
-constexpr qint64 kMaxLine = 1 << 20;          // a physical line
+constexpr qint64 kMaxLine = 64 << 10;         // a physical line; records write short ones
 constexpr int kMaxDataLine = 8 << 20;         // a record's data line, all its lines
 constexpr qint64 kMaxRangeFile = 4 << 20;     // a .poly_range sibling
 constexpr int kMaxPoints = 100000;
@@ -210,22 +210,23 @@ bool parse_data_line(const QByteArray &data, int first_line, HistoryRecord &r, Q
 
 struct ArchiveReader::Source {
     QFile file;
-    int line = 0;                 // lines read so far
-    std::optional<int> start;     // a record start read ahead, by its line
+    int line = 0;             // lines read so far
+    std::optional<int> start; // a record start read ahead, by its line
+    QByteArray buffer = QByteArray(int(kMaxLine) + 1, '\0'); // one line at a time, reused
+
+    // The next physical line without its end; `too_long` when it did not
+    // fit in the buffer (its rest is skipped).
     QByteArray read_line(bool &too_long)
     {
-        QByteArray text = file.readLine(kMaxLine);
         too_long = false;
-        if (text.isEmpty())
-            return text;
+        qint64 length = file.readLine(buffer.data(), buffer.size());
+        if (length <= 0)
+            return {};
         ++line;
+        QByteArray text(buffer.constData(), int(length));
         if (!text.endsWith('\n') && !file.atEnd()) {
             too_long = true;
-            // The rest of the physical line.
-            while (!file.atEnd()) {
-                const QByteArray more = file.readLine(kMaxLine);
-                if (more.endsWith('\n'))
-                    break;
+            while ((length = file.readLine(buffer.data(), buffer.size())) > 0 && buffer.at(int(length) - 1) != '\n') {
             }
         }
         if (text.endsWith('\n'))

@@ -21,6 +21,36 @@ namespace {
 const QColor kSeriesColours[] = {Qt::darkBlue, Qt::darkRed, Qt::darkGreen, Qt::darkMagenta,
                                  Qt::darkCyan, Qt::darkYellow, Qt::black,   Qt::gray};
 
+constexpr int kMarkedSamples = 400;
+constexpr int kBuckets = 1500; // about one a pixel of a wide plot
+
+// A long series kept to the lowest and highest error in each of kBuckets
+// equal stretches of time: the same envelope for a fraction of the points.
+QVector<QPointF> thinned(const QVector<QPointF> &samples)
+{
+    if (samples.size() <= 4 * kBuckets)
+        return samples;
+    const double first = samples.front().x(), last = samples.back().x();
+    const double width = (last - first) / kBuckets;
+    QVector<QPointF> kept;
+    int i = 0;
+    while (i < samples.size()) {
+        const double end = width > 0.0 ? first + width * (std::floor((samples[i].x() - first) / width) + 1) : last + 1;
+        QPointF low = samples[i], high = samples[i];
+        for (; i < samples.size() && samples[i].x() < end; ++i) {
+            if (samples[i].y() < low.y())
+                low = samples[i];
+            if (samples[i].y() > high.y())
+                high = samples[i];
+        }
+        if (low.x() <= high.x())
+            kept << low << high;
+        else
+            kept << high << low;
+    }
+    return kept;
+}
+
 void limit_line(QwtPlot *plot, double value, const QString &label)
 {
     auto *marker = new QwtPlotMarker;
@@ -56,15 +86,18 @@ void draw_drift(QwtPlot *plot, const ChannelHistory &history)
         QVector<QPointF> samples;
         for (const auto &error : set_point.errors)
             if (span > 0.0 && std::isfinite(error.second))
-                samples.append(QPointF(QwtDate::toDouble(QDateTime::fromSecsSinceEpoch(error.first)),
-                                       error.second / span * 100.0));
+                // The date scale counts milliseconds since the epoch.
+                samples.append(QPointF(static_cast<double>(error.first) * 1000.0, error.second / span * 100.0));
         if (samples.isEmpty())
             continue;
         const QColor tint = kSeriesColours[colour++ % (sizeof kSeriesColours / sizeof kSeriesColours[0])];
         auto *curve = new QwtPlotCurve(QStringLiteral("%1 %2").arg(set_point.set_point, 0, 'g', 6).arg(history.table_units));
         curve->setPen(tint, 1.5);
-        curve->setSymbol(new QwtSymbol(QwtSymbol::Ellipse, tint, tint, QSize(6, 6)));
-        curve->setSamples(samples);
+        // A marker at each calibration while they can be told apart; a long
+        // history is drawn as its line, thinned to what the pixels show.
+        if (samples.size() <= kMarkedSamples)
+            curve->setSymbol(new QwtSymbol(QwtSymbol::Ellipse, tint, tint, QSize(6, 6)));
+        curve->setSamples(thinned(samples));
         curve->attach(plot);
     }
     const double limit = history.interval.limit_pct;

@@ -2,6 +2,7 @@
 
 #include "certificate.h"
 #include "drift_plot.h"
+#include "records_model.h"
 
 #include "ui_historywindow.h"
 
@@ -12,38 +13,6 @@
 #include <QMessageBox>
 
 namespace {
-
-QTableWidgetItem *cell(const QString &text)
-{
-    return new QTableWidgetItem(text);
-}
-
-void fill_records(QTableWidget *table, const ChannelHistory &history)
-{
-    const QStringList headers{QStringLiteral("Date"),       QStringLiteral("Mode"),
-                              QStringLiteral("Technician"), QStringLiteral("Working standard"),
-                              QStringLiteral("Points"),     QStringLiteral("Band"),
-                              QStringLiteral("Worst error, % of span")};
-    table->setColumnCount(headers.size());
-    table->setHorizontalHeaderLabels(headers);
-    table->setRowCount(static_cast<int>(history.records.size()));
-    // Newest first: the technician comes for the latest calibrations.
-    int row = 0;
-    for (auto r = history.records.rbegin(); r != history.records.rend(); ++r, ++row) {
-        table->setItem(row, 0, cell(QDateTime::fromSecsSinceEpoch(r->time).toString(QStringLiteral("yyyy-MM-dd hh:mm"))));
-        table->setItem(row, 1, cell(mode_title(r->mode)));
-        table->setItem(row, 2, cell(r->technician));
-        table->setItem(row, 3, cell(r->working_standard));
-        table->setItem(row, 4, cell(QString::number(r->points)));
-        QTableWidgetItem *band = cell(r->known ? band_name(r->band) : QStringLiteral("not known"));
-        if (r->known)
-            band->setBackground(band_colour(r->band));
-        table->setItem(row, 5, band);
-        table->setItem(row, 6, cell(r->known ? QString::number(r->worst_pct, 'f', 3) : QStringLiteral("-")));
-    }
-    table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    table->horizontalHeader()->setStretchLastSection(true);
-}
 
 QString damage_text(const std::vector<ArchiveDamage> &damage)
 {
@@ -85,7 +54,12 @@ HistoryWindow::HistoryWindow(HistorySession session, QWidget *parent)
                                                              : history.table,
                                      QDir::toNativeSeparators(session_.archive))
                                 .arg(history.records.size()));
-    fill_records(ui->tblRecords, history);
+    ui->tblRecords->setModel(new RecordsModel(session_.history.records, this));
+    // Sized from the first rows: a long archive is not measured row by row.
+    ui->tblRecords->horizontalHeader()->setResizeContentsPrecision(50);
+    ui->tblRecords->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    ui->tblRecords->horizontalHeader()->setStretchLastSection(true);
+    ui->tblRecords->verticalHeader()->setDefaultSectionSize(ui->tblRecords->fontMetrics().height() + 6);
     draw_drift(ui->driftPlot, history);
     ui->lblInterval->setText(interval_text(history.interval, session_.channel));
     ui->lblDamage->setText(damage_text(session_.damage));
