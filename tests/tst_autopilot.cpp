@@ -301,6 +301,24 @@ void TestAutopilot::fullCalibration()
     QCOMPARE(pictures.filter("-point-").size(), 22);
     for (const QString &picture : pictures)
         QVERIFY2(!QImage(shots + "/" + picture).isNull(), qPrintable(picture));
+
+    // The laboratory's certificate of this calibration, read back as text.
+    QProcess history;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("ORVANE_ROOT", cell.path(""));
+    history.setProcessEnvironment(environment);
+    const QString pdf = cell.path("/certificate.pdf");
+    history.start(SimCell::program(QStringLiteral("vrel_history")), {"coolant_temp", "--pdf", pdf});
+    QVERIFY(history.waitForFinished(60000));
+    QVERIFY2(history.exitCode() == 0, history.readAllStandardError().constData());
+    QProcess pdftotext;
+    pdftotext.start("pdftotext", {"-layout", pdf, "-"});
+    QVERIFY(pdftotext.waitForFinished(30000));
+    const QString text = QString::fromUtf8(pdftotext.readAllStandardOutput()).normalized(QString::NormalizationForm_KC);
+    for (const char *expected : {"Certificate No. VC-COOLANT_TEMP-", "QP-TC-104 rev 3", "4471023", "12/31/2027",
+                                 "As-Found results", "As-Left results", "Out of Adjustment",
+                                 "the unit under test conforms to the specified tolerance as left"})
+        QVERIFY2(text.simplified().contains(QLatin1String(expected)), expected);
 }
 
 void TestAutopilot::refusesToStart_data()

@@ -4,9 +4,11 @@
 
 #include "certificate.h"
 #include "history_session.h"
+#include "historywindow.h"
 #include "mainwindow.h"
 #include "vrel_cfg.h"
 
+#include "ui_historywindow.h"
 #include "ui_mainwindow.h"
 
 #include <QtTest>
@@ -82,6 +84,7 @@ private slots:
     void referenceDueDate();
     void commandLine_data();
     void commandLine();
+    void windowOfADamagedArchive();
 };
 
 void TestCertificate::certificateOfACalibration()
@@ -235,6 +238,41 @@ void TestCertificate::commandLine()
     const QString said = QString::fromLocal8Bit(process.readAllStandardError());
     QVERIFY2(said.contains(message), qPrintable(said));
     QVERIFY(QDir(root.path()).entryList(QDir::Files).isEmpty()); // nothing half-written
+}
+
+void TestCertificate::windowOfADamagedArchive()
+{
+    // Two calibrations and a record cut short between them: the window
+    // lists the whole ones newest first, names the damaged one by its line,
+    // and has no interval to suggest from a single As-Found.
+    QTemporaryDir dir;
+    const QString path = dir.filePath("eng_t1.save");
+    QFile golden_file(QStringLiteral(VREL_SOURCE_DIR "/tests/data/golden/adjusted.save"));
+    QVERIFY(golden_file.open(QIODevice::ReadOnly));
+    const QByteArray adjusted = golden_file.readAll();
+    QByteArray as_found = adjusted;
+    as_found.replace("'ADJUSTED'", "'AS_FOUND'").replace("1700000000 ", "1700086400 ");
+    QFile archive(path);
+    QVERIFY(archive.open(QIODevice::WriteOnly));
+    archive.write(adjusted + adjusted.left(adjusted.size() - 40) + "\n\n" + as_found);
+    archive.close();
+
+    QString error;
+    std::optional<HistorySession> session = open_history(path, &error);
+    QVERIFY2(session, qPrintable(error));
+    HistoryWindow window(std::move(*session));
+    Ui::HistoryWindow *ui = window.form();
+    QAbstractItemModel *rows = ui->tblRecords->model();
+    QCOMPARE(rows->rowCount(), 2);
+    QCOMPARE(rows->index(0, 1).data().toString(), QStringLiteral("As-Found"));
+    QCOMPARE(rows->index(1, 1).data().toString(), QStringLiteral("Adjusted"));
+    QCOMPARE(rows->index(0, 2).data().toString(), QStringLiteral("J. Doe"));
+    QCOMPARE(rows->index(0, 4).data().toInt(), 4);
+    const int second_record = adjusted.count('\n') + 1;
+    QVERIFY2(ui->lblDamage->text().startsWith("1 damaged record(s) skipped: line " + QString::number(second_record)),
+             qPrintable(ui->lblDamage->text()));
+    QVERIFY(!ui->lblDamage->isHidden());
+    QVERIFY(ui->lblInterval->text().startsWith("Interval: not enough As-Found drift"));
 }
 
 QTEST_MAIN(TestCertificate)

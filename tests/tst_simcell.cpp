@@ -3,16 +3,20 @@
 #include "simcell.h"
 
 #include "cell_model.h"
+#include "archive_reader.h"
 #include "demo_tables.h"
+#include "drift.h"
 #include "ini.h"
 
 #include <orvane/cell.h>
 #include <orvane/shm.h>
+#include <orvane/tables.h>
 
 #include <QtTest>
 
 #include <cmath>
 #include <cstring>
+#include <memory>
 
 using namespace orvsim;
 
@@ -38,6 +42,7 @@ private slots:
     void demoTableFormats_data();
     void demoTableFormats();
     void demoTablesNeverOverwrite();
+    void demoHistory();
     void appliedValueMovesLiveMillivolts();
     void freezeStopsPublishing();
     void vanishRemovesTheHost();
@@ -192,6 +197,75 @@ void TestSimCell::demoTablesNeverOverwrite()
     QCOMPARE(write_demo_tables(cell, tables, 1700000000), 0);
     QVERIFY(own.open(QIODevice::ReadOnly));
     QCOMPARE(own.readAll(), QByteArray("a technician's own table\n"));
+}
+
+void TestSimCell::demoHistory()
+{
+    // Through the command line: archives only with --history, only for
+    // tables that have a history format of points, never over an archive.
+    QTemporaryDir root;
+    const QString tables = root.path() + "/cell/tables/";
+    auto demo_tables = [&](const QStringList &options) {
+        QProcess sim;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("ORVANE_ROOT", root.path());
+        sim.setProcessEnvironment(environment);
+        sim.start(QStringLiteral(VREL_BIN_DIR "/orvane-sim"), QStringList{"demo-tables"} + options);
+        return sim.waitForFinished(30000) && sim.exitCode() == 0;
+    };
+    QVERIFY(demo_tables({}));
+    QVERIFY(QDir(tables).entryList({"*.save"}).isEmpty());
+    QVERIFY(demo_tables({"--history"}));
+    QVERIFY(QFile::exists(tables + "coolant_temp.save"));
+    QVERIFY(QFile::exists(tables + "oil_press.save"));       // a polynomial
+    QVERIFY(!QFile::exists(tables + "intake_press.save"));   // a range table
+    QVERIFY(!QFile::exists(tables + "exh_back_press.save")); // a scaled one
+
+    // The host reads the same table in force from the archive as from the table.
+    auto from_table = std::make_unique<TableInfo>();
+    QCOMPARE(read_table(qPrintable(tables + "coolant_temp.tbl"), from_table.get()), 0);
+    void *records[500] = {};
+    int64_t scratch[500] = {};
+    QCOMPARE(read_archive_file_poly(1, qPrintable(tables + "coolant_temp.save"), records, scratch), short(1));
+    const auto *newest = static_cast<const TableInfo *>(records[0]);
+    QCOMPARE(newest->last_cal, from_table->last_cal + 7200); // the verification after the last adjustment
+    const RawData &a = newest->dim.table_poly[0].raw_data, &t = from_table->dim.table_poly[0].raw_data;
+    QCOMPARE(a.count, t.count);
+    for (int i = 0; i < t.count; ++i)
+        QVERIFY(std::fabs(a.x[i] - t.x[i]) < 1e-5 && std::fabs(a.y[i] - t.y[i]) < 1e-4);
+
+    // Eight calibrations; each As-Found of the drifted coolant sensor is out
+    // of adjustment, as its record says, and the trend asks for a shorter
+    // interval than the table's 26 weeks.
+    ArchiveReader reader(tables + "coolant_temp.save");
+    QVERIFY(reader.open());
+    const ChannelHistory history = analyse_archive(reader);
+    QCOMPARE(history.records.size(), size_t(23));
+    QVERIFY(reader.damage().empty());
+    int as_found = 0;
+    for (const RecordSummary &r : history.records) {
+        QVERIFY(r.known);
+        if (r.mode == QLatin1String("AS_FOUND")) {
+            ++as_found;
+            QCOMPARE(r.band, 1);
+            QCOMPARE(r.tol_state, QStringLiteral("OOA"));
+        }
+    }
+    QCOMPARE(as_found, 7);
+    QCOMPARE(history.drifts.size(), size_t(7));
+    QVERIFY(history.interval.known);
+    const QDate last = QDateTime::fromSecsSinceEpoch(from_table->last_cal).date();
+    QVERIFY(history.interval.suggested > last);
+    QVERIFY(history.interval.suggested < last.addDays(26 * 7));
+
+    // An archive that is there stays as it is.
+    QFile own(tables + "oil_temp_in.save");
+    QVERIFY(own.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    own.write("a technician's own archive\n");
+    own.close();
+    QVERIFY(demo_tables({"--history"}));
+    QVERIFY(own.open(QIODevice::ReadOnly));
+    QCOMPARE(own.readAll(), QByteArray("a technician's own archive\n"));
 }
 
 void TestSimCell::appliedValueMovesLiveMillivolts()

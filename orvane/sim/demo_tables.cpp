@@ -90,6 +90,11 @@ std::string demo_table_text(const ChannelSpec &c, std::time_t last_cal)
     return text;
 }
 
+std::time_t demo_last_calibration(std::time_t now)
+{
+    return now - 45 * 86400;
+}
+
 int write_demo_tables(const CellSpec &cell, const std::string &tables_dir, std::time_t now)
 {
     std::string partial;
@@ -103,7 +108,7 @@ int write_demo_tables(const CellSpec &cell, const std::string &tables_dir, std::
     if (stat(tables_dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
         return -1;
     int written = 0;
-    const std::time_t last_cal = now - 45 * 86400;
+    const std::time_t last_cal = demo_last_calibration(now);
     for (const auto &c : cell.channels) {
         if (c.table.empty() || c.table.find('/') != std::string::npos)
             continue;

@@ -12,6 +12,9 @@ namespace orvsim {
 // The .tbl text of one channel's table, dated last_cal.
 std::string demo_table_text(const ChannelSpec &channel, std::time_t last_cal);
 
+// The date the demo tables were last calibrated: 45 days before `now`.
+std::time_t demo_last_calibration(std::time_t now);
+
 // Writes <tables_dir>/<table>.tbl for every channel that has a table and no
 // file yet; existing files are left alone.  Returns the number written, or
 // -1 when the folder cannot be made.

@@ -1,6 +1,7 @@
 // orvane-sim: the simulated test cell.  See usage() for the commands.
 #include "cell_model.h"
 #include "cell_runtime.h"
+#include "demo_history.h"
 #include "demo_tables.h"
 
 #include <orvane/cell.h>
@@ -55,7 +56,9 @@ int usage(FILE *out)
                  "  demo-tables [OPTIONS]  only write the demo tables that are missing\n"
                  "\n"
                  "OPTIONS: --cell FILE (cell description, INI), --tick MS (scheduler tick),\n"
-                 "         --seed N, --no-noise, --no-demo-tables\n");
+                 "         --seed N, --no-noise, --no-demo-tables,\n"
+                 "         --history (with the demo tables, archives of a few years of earlier\n"
+                 "         calibrations where a channel has none)\n");
     return out == stderr ? 2 : 0;
 }
 
@@ -65,6 +68,7 @@ struct Options {
     long long seed = -1;
     bool no_noise = false;
     bool demo_tables = true;
+    bool history = false;
 };
 
 bool parse_options(int argc, char **argv, int first, Options &options)
@@ -101,6 +105,8 @@ bool parse_options(int argc, char **argv, int first, Options &options)
             options.no_noise = true;
         } else if (arg == "--no-demo-tables") {
             options.demo_tables = false;
+        } else if (arg == "--history") {
+            options.history = true;
         } else {
             std::fprintf(stderr, "orvane-sim: unknown option '%s'\n", arg.c_str());
             return false;
@@ -140,6 +146,18 @@ std::string rooted(const char *absolute)
     orvane_root_path(absolute, path, sizeof path);
     return path;
 }
+
+// The demo tables that are missing and, with --history, the archives that
+// are missing.  Returns the number of tables written, or -1.
+int write_demo_files(const CellSpec &cell, const Options &options)
+{
+    const std::time_t now = std::time(nullptr);
+    const int written = write_demo_tables(cell, rooted("/cell/tables"), now);
+    if (written >= 0 && options.history)
+        write_demo_histories(cell, rooted("/cell/tables"), now);
+    return written;
+}
+
 
 // The utility starts the host's table builder at /orvane/bin/bld_tables;
 // under a private root that path is made to point at the builder that was
@@ -195,7 +213,7 @@ int run_cell(const Options &options, int ready_fd)
     if (!runtime.lock_instance(error))
         return report_failure(error);
     if (options.demo_tables)
-        write_demo_tables(cell, rooted("/cell/tables"), std::time(nullptr));
+        write_demo_files(cell, options);
     install_builder_link();
 
     struct sigaction stop_action {};
@@ -420,7 +438,7 @@ int main(int argc, char **argv)
         CellSpec cell;
         if (!load_cell(options, cell))
             return 1;
-        int written = write_demo_tables(cell, rooted("/cell/tables"), std::time(nullptr));
+        const int written = write_demo_files(cell, options);
         if (written < 0) {
             std::fprintf(stderr, "orvane-sim: cannot make %s\n", rooted("/cell/tables").c_str());
             return 1;

@@ -2,6 +2,7 @@
 
 #include <qwt_date.h>
 #include <qwt_date_scale_draw.h>
+#include <qwt_date_scale_engine.h>
 #include <qwt_legend.h>
 #include <qwt_plot.h>
 #include <qwt_plot_curve.h>
@@ -14,12 +15,10 @@
 #include <QImage>
 #include <QPainter>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
-
-const QColor kSeriesColours[] = {Qt::darkBlue, Qt::darkRed, Qt::darkGreen, Qt::darkMagenta,
-                                 Qt::darkCyan, Qt::darkYellow, Qt::black,   Qt::gray};
 
 constexpr int kMarkedSamples = 400;
 constexpr int kBuckets = 1500; // about one a pixel of a wide plot
@@ -71,9 +70,13 @@ void draw_drift(QwtPlot *plot, const ChannelHistory &history)
     plot->setTitle(QStringLiteral("%1: error at each set point").arg(history.table));
     plot->setAxisTitle(QwtPlot::yLeft, QStringLiteral("error, % of span"));
     auto *scale = new QwtDateScaleDraw(Qt::LocalTime);
+    for (auto unit : {QwtDate::Millisecond, QwtDate::Second, QwtDate::Minute, QwtDate::Hour, QwtDate::Day,
+                      QwtDate::Week})
+        scale->setDateFormat(unit, QStringLiteral("yyyy-MM-dd"));
     scale->setDateFormat(QwtDate::Month, QStringLiteral("MMM yyyy"));
     scale->setDateFormat(QwtDate::Year, QStringLiteral("yyyy"));
     plot->setAxisScaleDraw(QwtPlot::xBottom, scale);
+    plot->setAxisScaleEngine(QwtPlot::xBottom, new QwtDateScaleEngine(Qt::LocalTime));
     if (!plot->legend())
         plot->insertLegend(new QwtLegend, QwtPlot::RightLegend);
     auto *grid = new QwtPlotGrid;
@@ -81,8 +84,18 @@ void draw_drift(QwtPlot *plot, const ChannelHistory &history)
     grid->attach(plot);
 
     const double span = history.span;
-    size_t colour = 0;
+    // Points only ever recorded on the table (adjustments, verifications)
+    // stay at zero: shown only when no point has moved at all.
+    auto moved = [](const SetPointDrift &s) {
+        return std::any_of(s.errors.begin(), s.errors.end(), [](const auto &e) { return std::fabs(e.second) > 1e-12; });
+    };
+    const bool any_moved = std::any_of(history.set_points.begin(), history.set_points.end(), moved);
+    const int shown = static_cast<int>(std::count_if(history.set_points.begin(), history.set_points.end(),
+                                                     [&](const SetPointDrift &s) { return !any_moved || moved(s); }));
+    int colour = 0;
     for (const SetPointDrift &set_point : history.set_points) {
+        if (any_moved && !moved(set_point))
+            continue;
         QVector<QPointF> samples;
         for (const auto &error : set_point.errors)
             if (span > 0.0 && std::isfinite(error.second))
@@ -90,7 +103,8 @@ void draw_drift(QwtPlot *plot, const ChannelHistory &history)
                 samples.append(QPointF(static_cast<double>(error.first) * 1000.0, error.second / span * 100.0));
         if (samples.isEmpty())
             continue;
-        const QColor tint = kSeriesColours[colour++ % (sizeof kSeriesColours / sizeof kSeriesColours[0])];
+        // Hues spread round the wheel, from the lowest set point to the highest.
+        const QColor tint = QColor::fromHsv(colour++ * 300 / std::max(1, shown), 230, 190);
         auto *curve = new QwtPlotCurve(QStringLiteral("%1 %2").arg(set_point.set_point, 0, 'g', 6).arg(history.table_units));
         curve->setPen(tint, 1.5);
         // A marker at each calibration while they can be told apart; a long

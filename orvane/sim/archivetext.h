@@ -1,5 +1,6 @@
 // The fixed comment lines that open a history record, as the archive
-// holds them, for tests and benchmarks that write archives by hand.
+// holds them: for the simulated cell's demo archives, and for the tests
+// and benchmarks that write archives by hand.
 #pragma once
 
 // The line that starts every record, and the one after it.
