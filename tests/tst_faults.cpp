@@ -3,6 +3,7 @@
 // from the host's memory.  The utility must go on, keep every complete
 // record of the archive and never leave a cut table file.
 #include "calibrationfiles.h"
+#include "archive_reader.h"
 #include "archivetext.h"
 #include "clock.h"
 #include "dialoganswerer.h"
@@ -726,6 +727,23 @@ void TestFaults::killedDuringAppends()
     QVERIFY(newest);
     QCOMPARE(newest->last_cal, int64_t(kRecordTime + 60));
     QCOMPARE(newest->dim.table_poly[0].raw_data.count, int16_t(kMaxPoints));
+
+    // The history program reads every whole record and the one after the
+    // cut ones; a cut record is skipped or read as far as it went.
+    ArchiveReader reader(archive);
+    QVERIFY(reader.open());
+    HistoryRecord read, last;
+    int records = 0;
+    while (reader.next(read)) {
+        ++records;
+        QVERIFY(read.points.size() <= size_t(kMaxPoints));
+        last = read;
+    }
+    QVERIFY2(records >= whole + 1, qPrintable(QStringLiteral("%1 records read of %2").arg(records).arg(whole + 1)));
+    QCOMPARE(last.time, int64_t(kRecordTime + 60));
+    QCOMPARE(last.points.size(), size_t(kMaxPoints));
+    for (const ArchiveDamage &damage : reader.damage())
+        QVERIFY(damage.line >= 1 && !damage.reason.isEmpty());
 }
 
 // ---------------------------------------------------------------- damaged files
