@@ -273,6 +273,13 @@ void TestCertificate::windowOfADamagedArchive()
              qPrintable(ui->lblDamage->text()));
     QVERIFY(!ui->lblDamage->isHidden());
     QVERIFY(ui->lblInterval->text().startsWith("Interval: not enough As-Found drift"));
+    // The As-Found a day after the adjustment: its points as they were, so
+    // no drift at any set point.
+    QAbstractItemModel *drifts = ui->tblDrifts->model();
+    QCOMPARE(drifts->rowCount(), 1);
+    QCOMPARE(drifts->index(0, 2).data().toString(), QStringLiteral("1.0"));
+    QCOMPARE(drifts->index(0, 3).data().toDouble(), 0.0);
+    QCOMPARE(drifts->headerData(3, Qt::Horizontal).toString(), QStringLiteral("Largest drift [degC]"));
 }
 
 QTEST_MAIN(TestCertificate)

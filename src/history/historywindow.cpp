@@ -2,6 +2,7 @@
 
 #include "certificate.h"
 #include "drift_plot.h"
+#include "drifts_model.h"
 #include "records_model.h"
 
 #include "ui_historywindow.h"
@@ -13,6 +14,16 @@
 #include <QMessageBox>
 
 namespace {
+
+void show_rows(QTableView *view, QAbstractItemModel *model)
+{
+    view->setModel(model);
+    // Sized from the first rows: a long archive is not measured row by row.
+    view->horizontalHeader()->setResizeContentsPrecision(50);
+    view->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    view->horizontalHeader()->setStretchLastSection(true);
+    view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 6);
+}
 
 QString damage_text(const std::vector<ArchiveDamage> &damage)
 {
@@ -54,12 +65,8 @@ HistoryWindow::HistoryWindow(HistorySession session, QWidget *parent)
                                                              : history.table,
                                      QDir::toNativeSeparators(session_.archive))
                                 .arg(history.records.size()));
-    ui->tblRecords->setModel(new RecordsModel(session_.history.records, this));
-    // Sized from the first rows: a long archive is not measured row by row.
-    ui->tblRecords->horizontalHeader()->setResizeContentsPrecision(50);
-    ui->tblRecords->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    ui->tblRecords->horizontalHeader()->setStretchLastSection(true);
-    ui->tblRecords->verticalHeader()->setDefaultSectionSize(ui->tblRecords->fontMetrics().height() + 6);
+    show_rows(ui->tblRecords, new RecordsModel(session_.history.records, this));
+    show_rows(ui->tblDrifts, new DriftsModel(session_.history.drifts, history.table_units, this));
     draw_drift(ui->driftPlot, history);
     ui->lblInterval->setText(interval_text(history.interval, session_.channel));
     ui->lblDamage->setText(damage_text(session_.damage));
