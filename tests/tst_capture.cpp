@@ -1,47 +1,66 @@
-// Capturing points: the average of a point against what the cell
-// published, the row's walk through capture and undo, and the verdict.
-#include "station.h"
+// Capturing points and what follows from them: the average against what the
+// cell published, the row's walk through capture and undo, the candidate fit
+// and its segments, the verdict, and the plot.
+#include "comboitems.h"
+#include "window_fixture.h"
 
-#include "mainwindow.h"
-#include "pointinfo.h"
-#include "vrel_cfg.h"
-#include "worker.h"
+#include "vrel_util.h"
 
-#include "ui_mainwindow.h"
-
-#include "environment_settings.h"
-#include "report.h"
-
-#include <orvane/cell.h>
-#include <orvane/shm.h>
-#include <orvane/vars.h>
-
-#include <QPushButton>
-#include <QtTest>
+#include <QSignalBlocker>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <vector>
+
+using Values = std::vector<double>;
+Q_DECLARE_METATYPE(Values)
 
 namespace {
 
-// The cell is frozen and the test writes the channel's live value itself.
-class LiveValue {
-public:
-    explicit LiveValue(int channel) : channel_(channel)
-    {
-        mv_ = static_cast<orv_millivolts *>(orvane_segment_attach_rw(ORV_SEG_MILLIVOLTS, nullptr));
-    }
-    bool valid() const { return mv_ != nullptr; }
-    void set(double value) { mv_[channel_].value = value; }
+constexpr double kUntouched = 123.25; // "not written by the code under test"
 
-private:
-    int channel_;
-    orv_millivolts *mv_ = nullptr;
-};
-
-QPushButton *capture_button(PointInfo *row)
+bool close_to(double actual, double expected, double tolerance = 1e-9)
 {
-    return row->findChild<QPushButton *>(QStringLiteral("btnCapture"));
+    return std::fabs(actual - expected) <= tolerance * std::max(1.0, std::fabs(expected));
+}
+
+double evaluate(const TablePoly &poly, double x)
+{
+    double y = 0.0;
+    for (int i = poly.num_coeff - 1; i >= 0; --i)
+        y = y * x + poly.coeff[i];
+    return y;
+}
+
+Values quadratic(const Values &x)
+{
+    Values y;
+    for (double v : x)
+        y.push_back(2.0 + 3.0 * v - 0.5 * v * v);
+    return y;
+}
+
+void fill_long_table(LongTable &table, double value)
+{
+    for (int i = 0; i < kMaxPoints; ++i)
+        table.x[i] = table.y[i] = table.slope[i] = table.x_intercept[i] = table.y_intercept[i] = value;
+}
+
+bool open_at(Station &station, int channel)
+{
+    return station.open() && station.select(channel);
+}
+
+// The boxes the fit reads, set without running their handlers.
+void set_boxes(Ui::MainWindow *ui, int cal_type, int order)
+{
+    const QSignalBlocker type_blocker(ui->cboCalType);
+    const QSignalBlocker order_blocker(ui->cboOrderOfPolynomial);
+    ui->cboCalType->setCurrentIndex(cal_type);
+    ui->cboOrderOfPolynomial->clear();
+    ui->cboOrderOfPolynomial->addItems(orders_up_to(7));
+    ui->cboOrderOfPolynomial->setCurrentIndex(order - 1);
 }
 
 } // namespace
@@ -49,98 +68,90 @@ QPushButton *capture_button(PointInfo *row)
 class TestCapture : public QObject {
     Q_OBJECT
 private slots:
-    void averageMatchesPublishedValues();
-    void averageCountIsExact();
-    void secondStartAndIndexChangeIgnored();
-    void rowWalksThroughCaptureAndUndo();
-    void undoCancelKeepsThePoint();
-    void captureNewCountsAtThePress();
+    void cleanup();
+    void averageOfPublishedValues();
+    void captureConvertsThroughTheTable_data();
+    void captureConvertsThroughTheTable();
+    void finishOutsideTheRowsIsIgnored();
+    void captureAndUndo();
     void verdictAtBandBoundaries_data();
     void verdictAtBandBoundaries();
-    void oneRedRowMakesTheChannelRed();
-    void recordButtonLightsWhenAllCaptured();
-    void environmentAveragedWithThePoint();
+    void refit_data();
+    void refit();
+    void segments_data();
+    void segments();
+    void calTypeSwitch_data();
+    void calTypeSwitch();
 };
 
-void TestCapture::averageMatchesPublishedValues()
+void TestCapture::cleanup()
+{
+    captured_count = 0;
+    const QWidgetList tops = QApplication::topLevelWidgets();
+    QVERIFY(std::none_of(tops.begin(), tops.end(), [](QWidget *w) { return w->isVisible(); }));
+}
+void TestCapture::averageOfPublishedValues()
 {
     Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(0));
-    QVERIFY(station.cell().command({"freeze"}));
-    LiveValue live(0);
-    QVERIFY(live.valid());
+    QVERIFY(open_at(station, 0));
+    QVERIFY(freeze(station));
+    LiveValue live;
     averaging_count = 5;
-    live.set(3.0); // the reading at the press seeds minimum and maximum
+    live.set(0, 3.0); // the reading at the press seeds minimum and maximum
     capture_button(station.row(2))->click();
-    QVERIFY(station.worker()->isAveraging());
-    const double samples[] = {4.0, 2.0, 6.0, 5.0, 3.0};
-    for (double value : samples) {
-        live.set(value);
+    for (double value : {4.0, 2.0, 6.0, 5.0, 3.0}) {
+        live.set(0, value);
         station.worker()->dealWithStatValuesAveraging();
     }
-    live.set(100.0); // the finishing tick takes no sample
+    live.set(0, 100.0); // the finishing tick takes no sample
     station.worker()->dealWithStatValuesAveraging();
     QVERIFY(!station.worker()->isAveraging());
-
     const PointRecord &stats = cfg->point_stats[2];
-    QCOMPARE(stats.raw_mean, 4.0);
-    QCOMPARE(stats.raw_min, 2.0);
-    QCOMPARE(stats.raw_max, 6.0);
-    QVERIFY(std::fabs(stats.raw_stdev - std::sqrt(2.5)) < 1e-12); // the sample deviation
+    QVERIFY(stats.raw_mean == 4.0 && stats.raw_min == 2.0 && stats.raw_max == 6.0);
+    QVERIFY(close_to(stats.raw_stdev, std::sqrt(2.5))); // the sample deviation
     // The channel's table is a line of 16 C per mV from -10 C at 0 mV.
-    QVERIFY(std::fabs(stats.eng_mean - (-10.0 + 16.0 * 4.0)) < 1e-9);
-    QVERIFY(std::fabs(stats.eng_min - (-10.0 + 16.0 * 2.0)) < 1e-9);
+    QVERIFY(close_to(stats.eng_mean, -10.0 + 16.0 * 4.0) && close_to(stats.eng_min, -10.0 + 16.0 * 2.0));
     QCOMPARE(QString::fromLatin1(stats.capture_date), QDate::currentDate().toString("MM/dd/yyyy"));
     QCOMPARE(station.row(2)->captureText(), QStringLiteral("Undo"));
     QCOMPARE(station.row(2)->millivoltsLabel()->text(), QStringLiteral("  4.0000"));
     QCOMPARE(captured_count, 1);
 }
-
-void TestCapture::averageCountIsExact()
+void TestCapture::captureConvertsThroughTheTable_data()
 {
-    Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(1));
-    QSignalSpy finished(station.worker(), &Worker::finishedAveraging);
-    averaging_count = 7;
-    capture_button(station.row(0))->click();
-    for (int tick = 0; tick < 7; ++tick)
-        station.worker()->dealWithStatValuesAveraging();
-    QCOMPARE(finished.count(), 0);
-    QCOMPARE(station.worker()->sampleCount(), 7);
-    station.worker()->dealWithStatValuesAveraging();
-    QCOMPARE(finished.count(), 1);
-    QCOMPARE(finished.at(0).at(0).toInt(), 0);
-    QCOMPARE(raw_stats.count, int64_t(7));
+    QTest::addColumn<int>("channel");
+    QTest::addColumn<double>("applied");
+    QTest::addColumn<double>("tolerance"); // the sensor's drift at that value, and some
+    QTest::newRow("interpolation") << 0 << 70.0 << 0.5;
+    QTest::newRow("polynomial") << 4 << 500.0 << 1.5;
+    QTest::newRow("polynomial range") << 6 << 150.0 << 0.5;
 }
-
-void TestCapture::secondStartAndIndexChangeIgnored()
+void TestCapture::captureConvertsThroughTheTable()
 {
+    QFETCH(int, channel);
+    QFETCH(double, applied);
+    QFETCH(double, tolerance);
     Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(1));
-    QSignalSpy finished(station.worker(), &Worker::finishedAveraging);
-    averaging_count = 4;
-    capture_button(station.row(1))->click();
-    station.worker()->dealWithStatValuesAveraging();
-    station.worker()->dealWithStatValuesAveraging();
-    emit station.window().startAveraging();  // a second start
-    emit station.window().setPointIndex(5); // an index change
-    QCOMPARE(station.worker()->sampleCount(), 2);
-    QCOMPARE(int(station.worker()->pointIndex()), 1);
-    station.worker()->dealWithStatValuesAveraging();
-    station.worker()->dealWithStatValuesAveraging();
-    station.worker()->dealWithStatValuesAveraging();
-    QCOMPARE(finished.count(), 1);
-    QCOMPARE(finished.at(0).at(0).toInt(), 1);
+    QVERIFY(open_at(station, channel));
+    averaging_count = 3;
+    QVERIFY(station.applyAndCapture(channel, 0, applied));
+    const double mean = cfg->point_stats[0].eng_mean;
+    QVERIFY2(std::fabs(mean - applied) < tolerance, qPrintable(QString::number(mean)));
+    QVERIFY(cfg->point_stats[0].raw_mean > 0.0);
 }
-
-void TestCapture::rowWalksThroughCaptureAndUndo()
+void TestCapture::finishOutsideTheRowsIsIgnored()
 {
     Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(0));
+    QVERIFY(open_at(station, 1));
+    emit station.worker()->finishedAveraging(-1);
+    emit station.worker()->finishedAveraging(64);
+    QCOMPARE(captured_count, 0);
+    for (int i = 0; i < num_points; ++i)
+        QCOMPARE(station.row(i)->captureText(), QStringLiteral("Capture"));
+}
+void TestCapture::captureAndUndo()
+{
+    Station station;
+    QVERIFY(open_at(station, 0));
     averaging_count = 3;
     PointInfo *row = station.row(4);
     const double raw_before = cfg->table_info.dim.table_poly[0].raw_data.x[4];
@@ -150,89 +161,52 @@ void TestCapture::rowWalksThroughCaptureAndUndo()
     QCOMPARE(cfg->table_info.point_flags[4], uint16_t(POINT_CAPTURED));
     QVERIFY(row->fieldStyle() != field_before); // coloured by its band
     QCOMPARE(cfg->new_table_poly[0].raw_data.count, int16_t(1));
-    QCOMPARE(cfg->new_long_table.count, int16_t(1));
     QCOMPARE(cfg->unrecorded_changes, uint16_t(1));
+
+    Ui::MainWindow *ui = station.window().form();
+    ui->btnAdjustCalibration->setStyleSheet("background-color: rgb(126,232,255)");
+    station.answerer().answer("Cancel Undo");
+    capture_button(row)->click();
+    QCOMPARE(row->captureText(), QStringLiteral("Undo"));
+    QCOMPARE(captured_count, 1);
+    QCOMPARE(ui->btnAdjustCalibration->styleSheet(), QStringLiteral("background-color: rgb(238, 238,238)"));
 
     station.answerer().answer("Revert to Previous Value");
     capture_button(row)->click();
-    QCOMPARE(station.answerer().seen().size(), 1);
-    QCOMPARE(station.answerer().seen()[0].title, QStringLiteral("Undo Action"));
+    QCOMPARE(station.answerer().seen()[1].title, QStringLiteral("Undo Action"));
     QCOMPARE(row->captureText(), QStringLiteral("Capture"));
-    QCOMPARE(cfg->table_info.dim.table_poly[0].raw_data.x[4], raw_before);
-    QCOMPARE(cfg->table_info.point_flags[4], uint16_t(POINT_TABLE));
     QCOMPARE(row->fieldStyle(), field_before);
-    QCOMPARE(cfg->new_table_poly[0].raw_data.x[4], kUnusedPoint);
-    QCOMPARE(cfg->new_table_poly[0].raw_data.count, int16_t(0));
-    QCOMPARE(cfg->table_info.tol_state, uint16_t(0)); // the band before the capture
+    QVERIFY(cfg->table_info.dim.table_poly[0].raw_data.x[4] == raw_before && cfg->table_info.point_flags[4] == POINT_TABLE);
+    QVERIFY(cfg->new_table_poly[0].raw_data.x[4] == kUnusedPoint && cfg->new_table_poly[0].raw_data.count == 0);
     QCOMPARE(captured_count, 0);
-
-    // Captured again after the undo, it counts once.
-    station.captureRow(4);
-    QCOMPARE(cfg->new_table_poly[0].raw_data.count, int16_t(1));
-    QCOMPARE(cfg->new_long_table.count, int16_t(1));
+    station.captureRow(4); // captured again after the undo, it counts once
+    QVERIFY(cfg->new_table_poly[0].raw_data.count == 1 && cfg->new_long_table.count == 1);
 }
-
-void TestCapture::undoCancelKeepsThePoint()
-{
-    Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(0));
-    averaging_count = 2;
-    station.captureRow(0);
-    station.window().form()->btnAdjustCalibration->setStyleSheet("background-color: rgb(126,232,255)");
-    station.answerer().answer("Cancel Undo");
-    capture_button(station.row(0))->click();
-    QCOMPARE(station.row(0)->captureText(), QStringLiteral("Undo"));
-    QCOMPARE(captured_count, 1);
-    QCOMPARE(station.window().form()->btnAdjustCalibration->styleSheet(),
-             QStringLiteral("background-color: rgb(238, 238,238)"));
-}
-
-void TestCapture::captureNewCountsAtThePress()
-{
-    Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(0));
-    PointInfo *row = station.row(3);
-    row->point_flag = POINT_NEW;
-    const int16_t before = cfg->table_info.dim.table_poly[0].raw_data.count;
-    averaging_count = 50;
-    capture_button(row)->click();
-    QCOMPARE(cfg->table_info.dim.table_poly[0].raw_data.count, int16_t(before + 1));
-    QCOMPARE(row->captureText(), QStringLiteral("Averaging"));
-    QVERIFY(!row->captureEnabled());
-    for (int i = 0; i < 11; ++i)
-        QVERIFY(!station.row(i)->captureEnabled()); // every row waits for the average
-}
-
 void TestCapture::verdictAtBandBoundaries_data()
 {
     QTest::addColumn<double>("error");
     QTest::addColumn<int>("band");
     QTest::addColumn<QString>("style");
+    const QString green = "background-color: rgb(0,255,0)", yellow = "background-color: rgb(255, 255, 127)",
+                  orange = "background-color: rgb(255,170,0)", red = "background-color: rgb(255, 78, 78)";
     // The span of channel 0 is 160 C: 0.4, 1.6 and 3.2 C close the bands.
-    const double ooa = 0.4, oot = 1.6, soot = 3.2;
-    QTest::newRow("exact") << 0.0 << 0 << "background-color: rgb(0,255,0)";
-    QTest::newRow("at no-adjust") << ooa << 0 << "background-color: rgb(0,255,0)";
-    QTest::newRow("ulp above no-adjust") << std::nextafter(ooa, 10.0) << 1
-                                         << "background-color: rgb(255, 255, 127)";
-    QTest::newRow("at oot") << oot << 1 << "background-color: rgb(255, 255, 127)";
-    QTest::newRow("ulp above oot") << std::nextafter(oot, 10.0) << 2 << "background-color: rgb(255,170,0)";
-    QTest::newRow("at soot") << soot << 2 << "background-color: rgb(255,170,0)";
-    QTest::newRow("ulp above soot") << std::nextafter(soot, 10.0) << 3 << "background-color: rgb(255, 78, 78)";
-    QTest::newRow("below") << -2.0 << 2 << "background-color: rgb(255,170,0)";
-    QTest::newRow("nan") << std::numeric_limits<double>::quiet_NaN() << 0 << "background-color: rgb(0,255,0)";
+    QTest::newRow("exact") << 0.0 << 0 << green;
+    QTest::newRow("at no-adjust") << 0.4 << 0 << green;
+    QTest::newRow("ulp above no-adjust") << std::nextafter(0.4, 10.0) << 1 << yellow;
+    QTest::newRow("at oot") << 1.6 << 1 << yellow;
+    QTest::newRow("ulp above oot") << std::nextafter(1.6, 10.0) << 2 << orange;
+    QTest::newRow("at soot") << 3.2 << 2 << orange;
+    QTest::newRow("ulp above soot") << std::nextafter(3.2, 10.0) << 3 << red;
+    QTest::newRow("below") << -2.0 << 2 << orange;
+    QTest::newRow("nan") << std::numeric_limits<double>::quiet_NaN() << 0 << green;
 }
-
 void TestCapture::verdictAtBandBoundaries()
 {
     QFETCH(double, error);
     Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(0));
+    QVERIFY(open_at(station, 0));
     QCOMPARE(cfg->table_info.no_adjust_tol, 0.4);
-    cfg->table_info.no_adjust_tol = 0.4; // exact tolerances, free of unit rounding
-    cfg->table_info.oot_tol = 1.6;
+    cfg->table_info.oot_tol = 1.6; // exact tolerances, free of unit rounding
     cfg->table_info.soot_tol = 3.2;
     cfg->point_stats[6].ref_value = 0.0; // so the error is exactly the mean
     cfg->point_stats[6].eng_mean = error;
@@ -242,93 +216,148 @@ void TestCapture::verdictAtBandBoundaries()
     QTEST(int(band), "band");
     QTEST(field->styleSheet(), "style");
 }
-
-void TestCapture::oneRedRowMakesTheChannelRed()
+void TestCapture::refit_data()
 {
-    Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(0));
-    for (int i = 0; i < num_points; ++i)
-        station.row(i)->band = i % 3;
-    station.row(num_points - 1)->band = 3;
-    station.window().reduceTolState();
-    QCOMPARE(cfg->table_info.tol_state, uint16_t(3));
-    station.row(num_points - 1)->band = 0;
-    station.row(num_points)->band = 3; // beyond the points in use: not counted
-    station.window().reduceTolState();
-    QCOMPARE(cfg->table_info.tol_state, uint16_t(2));
+    QTest::addColumn<int>("cal_type"); // cboCalType index
+    QTest::addColumn<int>("order");
+    QTest::addColumn<int>("range");
+    QTest::addColumn<Values>("x"); // in capture order, spread over the slots
+    QTest::addColumn<Values>("y");
+    QTest::addColumn<int>("count"); // the commits' tally
+    QTest::addColumn<int>("coefficients");
+    QTest::addColumn<Values>("coeff"); // empty: the fit must reproduce the points
+    QTest::addColumn<Values>("sorted_x");
+    const Values five{4, 0, 3, 1, 2}, sorted{0, 1, 2, 3, 4}, nine{8, 0, 7, 1, 6, 2, 5, 3, 4};
+    const Values line{3.0, 1.0}; // least squares through the quadratic at 0..4
+    const double m = kUnusedPoint;
+    // clang-format off
+    QTest::newRow("one point: no fit") << 0 << 1 << 0 << Values{2.5} << Values{30} << 1 << 0 << Values{} << Values{2.5};
+    QTest::newRow("poly order 3, two points: a line") << 1 << 3 << 0 << Values{3, 1} << Values{20, 10} << 2 << 2 << Values{5, 5} << Values{1, 3};
+    QTest::newRow("poly order 3, a quadratic") << 1 << 3 << 0 << five << quadratic(five) << 5 << 4 << Values{2, 3, -0.5, 0} << sorted;
+    QTest::newRow("poly order 1: least squares") << 1 << 1 << 0 << five << quadratic(five) << 5 << 2 << line << sorted;
+    QTest::newRow("interp fits a line whatever the order") << 0 << 5 << 0 << five << quadratic(five) << 5 << 2 << line << sorted;
+    QTest::newRow("order 7, three points: three") << 1 << 7 << 0 << Values{2, 0, 1} << quadratic({2, 0, 1}) << 3 << 3 << Values{2, 3, -0.5} << Values{0, 1, 2};
+    QTest::newRow("order 7, nine points: eight") << 1 << 7 << 0 << nine << quadratic(nine) << 9 << 8 << Values{} << Values{0, 1, 2, 3, 4, 5, 6, 7, 8};
+    QTest::newRow("poly range fits its own range") << 2 << 2 << 2 << five << quadratic(five) << 5 << 3 << Values{2, 3, -0.5} << sorted;
+    QTest::newRow("reference of the marker drops the point") << 1 << 3 << 0 << Values{1, 2, 3} << Values{10, m, 30} << 3 << 2 << Values{0, 10} << Values{1, 3};
+    QTest::newRow("raw within 1e-6 of the marker drops it") << 1 << 3 << 0 << Values{1, m - 0.9e-6, 3} << Values{10, 20, 30} << 3 << 2 << Values{0, 10} << Values{1, 3};
+    QTest::newRow("1e-5 from the marker is a value") << 1 << 1 << 0 << Values{1, 2} << Values{10, m + 1e-5} << 2 << 2 << Values{} << Values{1, 2};
+    QTest::newRow("tally above the filled slots") << 0 << 1 << 0 << Values{2, 1} << Values{5, 3} << 4 << 2 << Values{1, 2} << Values{1, 2};
+    // clang-format on
 }
-
-void TestCapture::recordButtonLightsWhenAllCaptured()
+void TestCapture::refit()
 {
+    QFETCH(int, cal_type);
+    QFETCH(int, range);
+    QFETCH(Values, x);
+    QFETCH(Values, y);
+    QFETCH(int, coefficients);
+    QFETCH(Values, coeff);
+    QFETCH(Values, sorted_x);
     Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(1)); // 11 points
-    averaging_count = 1;
-    QPushButton *record = station.window().form()->btnRecordData;
-    for (int i = 0; i < num_points; ++i) {
-        QVERIFY(!record->isEnabled());
-        station.captureRow(i);
+    QVERIFY(open_at(station, 0));
+    QFETCH(int, order);
+    set_boxes(station.window().form(), cal_type, order);
+    clear_new_table(cfg);
+    clear_new_long_table(cfg);
+    cfg->table_info.range_index = int16_t(range);
+    cfg->table_info.tbl_type = cal_type == 0 ? TBL_INTERPOLATION : cal_type == 1 ? TBL_POLYNOMIAL : TBL_POLYNOMIAL_RANGE;
+    TablePoly &candidate = cfg->new_table_poly[range];
+    for (size_t i = 0; i < x.size(); ++i) { // slots 0, 3, 6, ...: gaps between captures
+        candidate.raw_data.x[3 * i] = x[i];
+        candidate.raw_data.y[3 * i] = y[i];
     }
-    QVERIFY(record->isEnabled());
-    QCOMPARE(record->styleSheet(), QStringLiteral("background-color: rgb(126,232,255)"));
-    QCOMPARE(captured_count, int(num_points));
-}
-
-void TestCapture::environmentAveragedWithThePoint()
-{
-    Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(0));
-    QVERIFY(station.cell().command({"freeze"}));
-    auto *variables = static_cast<orv_variable_segment *>(orvane_segment_attach_rw(ORV_SEG_VARIABLES, nullptr));
-    QVERIFY(variables);
-    auto value_of = [variables](const char *name) -> double & {
-        for (int i = 0; i < variables->count; ++i)
-            if (qstrcmp(variables->variables[i].name, name) == 0)
-                return variables->variables[i].value;
-        qFatal("no host variable %s", name);
-    };
-    QVERIFY(resolve_host_variable("instr_t", &room_temp_var));
-    QVERIFY(resolve_host_variable("barometer", &barometer_var));
-    QVERIFY(resolve_host_variable("instr_rel_hum", &humidity_var));
-    env_settings->env_vars_used = 1;
-
-    // What the cell publishes during the average: the means are 21.5 C,
-    // 99 KPA and 40 PCT.
-    averaging_count = 2;
-    capture_button(station.row(1))->click();
-    const double temperatures[] = {21.0, 22.0}, pressures[] = {98.5, 99.5}, humidities[] = {38.0, 42.0};
-    for (int tick = 0; tick < 2; ++tick) {
-        value_of("instr_t") = temperatures[tick];
-        value_of("barometer") = pressures[tick];
-        value_of("instr_rel_hum") = humidities[tick];
-        station.worker()->dealWithStatValuesAveraging();
+    QFETCH(int, count);
+    candidate.raw_data.count = int16_t(count);
+    candidate.num_coeff = 99;
+    cfg->new_long_table.count = 7; // what the commits left
+    station.window().refitCapturedPoints(cfg);
+    QCOMPARE(int(candidate.num_coeff), coefficients);
+    if (range != 0)
+        QCOMPARE(int(cfg->new_table_poly[0].num_coeff), 0); // another range's fit stays out
+    for (int i = 0; i < int(coeff.size()); ++i)
+        QVERIFY2(close_to(candidate.coeff[i], coeff[size_t(i)], 1e-7), qPrintable(QString::number(i)));
+    if (coeff.empty() && coefficients > 0)
+        for (size_t i = 0; i < x.size(); ++i)
+            QVERIFY(close_to(evaluate(candidate, x[i]), y[i], 1e-6));
+    const int n = int(sorted_x.size());
+    QCOMPARE(int(cfg->new_long_table.count), n > 1 ? n : 7);
+    for (int i = 0; i < n; ++i) {
+        QCOMPARE(cfg->new_long_table.x[i], sorted_x[size_t(i)]);
+        const auto at = std::find(x.begin(), x.end(), sorted_x[size_t(i)]) - x.begin();
+        QCOMPARE(cfg->new_long_table.y[i], y[size_t(at)]); // each pair kept together
     }
-    station.worker()->dealWithStatValuesAveraging();
-    QCOMPARE(cfg->env[1].temperature, 21.5);
-    QCOMPARE(cfg->env[1].pressure, 99.0);
-    QCOMPARE(cfg->env[1].humidity, 40.0);
-
-    build_site_table(); // as the environment form does before it reads the settings
-    load_environment_settings(); // a first start writes the settings file with the sites
-    num_points = 2;
-    write_calibration_report(CAL_VERIFICATION);
-    const QDir reports(station.cell().path("/cell/tables/verifications"));
-    const QStringList files = reports.entryList({"oil_temp_in_AL_*.csv"});
-    QCOMPARE(files.size(), 1);
-    QFile report(reports.filePath(files.first()));
-    QVERIFY(report.open(QIODevice::ReadOnly));
-    const QByteArray text = report.readAll();
-    QVERIFY2(text.contains("\nWs1_Hum_Rel,PCT,") && text.contains(",40.000000\n"), text.constData());
-    QVERIFY(text.contains("\nWs1_P,KPA,"));
-    QVERIFY(text.contains("\nCellEnv_T,C,"));
-    QVERIFY(text.contains(",21.500000\n"));
-    // The site's address from the settings file: the cell's site is NRTC.
-    QVERIFY(text.contains("Site_Loc,-,NRTC,,,,\n"));
-    QVERIFY(text.contains("Address,-,\"") && !text.contains("Address Unknown"));
-    env_settings->env_vars_used = 0;
 }
-
+void TestCapture::segments_data()
+{
+    QTest::addColumn<Values>("x");
+    QTest::addColumn<Values>("y");
+    QTest::addColumn<Values>("slope"); // the last repeats the one before it; empty: nothing written
+    QTest::newRow("two points") << Values{0, 2} << Values{0, 4} << Values{2, 2};
+    QTest::newRow("rising, flat, falling") << Values{0, 1, 3, 5} << Values{1, 3, 3, -1} << Values{2, 0, -2, -2};
+    QTest::newRow("negative raw values") << Values{-4, -2, 0} << Values{-10, -6, 0} << Values{2, 3, 3};
+    QTest::newRow("equal raw values: intercepts kept") << Values{1.5, 1.5} << Values{10, 20} << Values{0, 0};
+    QTest::newRow("one point") << Values{1} << Values{2} << Values{};
+    QTest::newRow("65 points") << Values(65, 1.0) << Values(65, 2.0) << Values{};
+}
+void TestCapture::segments()
+{
+    QFETCH(Values, x);
+    QFETCH(Values, y);
+    QFETCH(Values, slope);
+    Station station;
+    QVERIFY(open_at(station, 0));
+    auto points = std::make_unique<PointBlock>();
+    const int n = int(x.size());
+    std::copy(x.begin(), x.begin() + std::min(n, int(kMaxPoints)), points->x);
+    std::copy(y.begin(), y.begin() + std::min(n, int(kMaxPoints)), points->y);
+    points->count = n;
+    auto table = std::make_unique<LongTable>();
+    fill_long_table(*table, kUntouched);
+    table->count = 5;
+    const auto before = std::make_unique<LongTable>(*table);
+    station.window().buildSegments(*points, table.get());
+    if (slope.empty()) {
+        QVERIFY(std::memcmp(before.get(), table.get(), sizeof(LongTable)) == 0);
+        return;
+    }
+    QCOMPARE(int(table->count), n);
+    for (int i = 0; i < n; ++i) {
+        QCOMPARE(table->x[i], x[size_t(i)]);
+        QCOMPARE(table->slope[i], slope[size_t(i)]);
+        const int k = std::min(i, n - 2); // the segment's line meets both its points, y = 0 at x_intercept
+        if (x[size_t(k)] == x[size_t(k) + 1])
+            QCOMPARE(table->y_intercept[i], kUntouched);
+        else if (slope[size_t(i)] != 0.0)
+            QVERIFY(close_to(table->y_intercept[i] + slope[size_t(i)] * x[size_t(k) + 1], y[size_t(k) + 1]) &&
+                    close_to(slope[size_t(i)] * table->x_intercept[i] + table->y_intercept[i], 0.0));
+    }
+    QCOMPARE(table->slope[n], kUntouched);
+}
+void TestCapture::calTypeSwitch_data()
+{
+    QTest::addColumn<int>("channel");
+    QTest::addColumn<int>("index");
+    QTest::addColumn<int>("type");
+    QTest::addColumn<bool>("range_box");
+    QTest::addColumn<bool>("coefficients");
+    QTest::newRow("polynomial to interpolation") << 4 << 0 << int(TBL_INTERPOLATION) << false << false;
+    QTest::newRow("interpolation to polynomial") << 0 << 1 << int(TBL_POLYNOMIAL) << false << true;
+    QTest::newRow("polynomial to range") << 4 << 2 << int(TBL_POLYNOMIAL_RANGE) << true << true;
+    QTest::newRow("range to polynomial") << 6 << 1 << int(TBL_POLYNOMIAL) << false << true;
+}
+void TestCapture::calTypeSwitch()
+{
+    QFETCH(int, channel);
+    QFETCH(int, index);
+    Station station;
+    QVERIFY(open_at(station, channel));
+    Ui::MainWindow *ui = station.window().form();
+    ui->cboCalType->setCurrentIndex(index);
+    QTEST(int(cfg->table_info.tbl_type), "type");
+    QTEST(ui->cboPolyRangeIndex->isEnabled(), "range_box");
+    QTEST(!ui->coeffFrame->isHidden(), "coefficients");
+    QCOMPARE(ui->cboOrderOfPolynomial->isEnabled(), index != 0);
+}
 QTEST_MAIN(TestCapture)
 #include "tst_capture.moc"

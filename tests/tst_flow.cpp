@@ -1,35 +1,39 @@
-// The whole flow from channel to new table: Record, Adjust, Re-use, and
-// the files on disk that tell the story.
-#include "calibrationfiles.h"
+// The flows from captured points to a new table: Record, Adjust, Re-use,
+// their questions, and whole sequences that once ended the process or wrote
+// points that were never measured.
 #include "archivecheck.h"
-#include "station.h"
+#include "calibrationfiles.h"
+#include "comboitems.h"
+#include "window_fixture.h"
 
 #include "flow_questions.h"
 #include "functions.h"
-#include "mainwindow.h"
-#include "pointinfo.h"
-#include "vrel_cfg.h"
 
-#include "ui_mainwindow.h"
-
-#include <orvane/cell.h>
-#include <orvane/shm.h>
+#include <qwt_plot_curve.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QtTest>
-
-#include <cmath>
 
 namespace {
 
-QStringList reports(const Station &station, const QString &table)
+QStringList reports(Station &station, const QString &table)
 {
-    QDir dir(const_cast<Station &>(station).cell().path("/cell/tables/verifications"));
-    return dir.entryList({table + "_*.csv"}, QDir::Files, QDir::Name);
+    return QDir(station.cell().path("/cell/tables/verifications")).entryList({table + "_*.csv"}, QDir::Files, QDir::Name);
+}
+
+// A station on a channel with every row captured at its value and
+// recorded as As-Found.
+bool as_found(Station &station, int channel)
+{
+    if (!station.open() || !station.select(channel))
+        return false;
+    station.fillRecordTexts();
+    averaging_count = 2;
+    if (!station.captureAllAtRowValues(channel))
+        return false;
+    station.record("rbAsFound");
+    return true;
 }
 
 } // namespace
@@ -37,239 +41,185 @@ QStringList reports(const Station &station, const QString &table)
 class TestFlow : public QObject {
     Q_OBJECT
 private slots:
-    void reuseQuestions_data();
-    void reuseQuestions();
-    void adjustQuestions_data();
-    void adjustQuestions();
-    void nextStepTexts();
-    void drifted_channel_asFound_adjust_verify();
-    void acceptNoAdjust();
-    void recordRefusesEmptyTexts();
+    void questions_data();
+    void questions();
+    void driftedChannelAdjustedAndVerified();
+    void acceptWithoutAdjustment();
+    void recordQuestions_data();
+    void recordQuestions();
     void answeringNoChangesNothingButTheBand();
-    void numberOfPointsMessages_data();
-    void numberOfPointsMessages();
-    void averagingTimeMessages_data();
-    void averagingTimeMessages();
-    void raisingAndLoweringPoints();
+    void entryMessages_data();
+    void entryMessages();
+    void fitNeverPassesEightCoefficients_data();
+    void fitNeverPassesEightCoefficients();
+    void refusedChannelWithWorkInHand_data();
+    void refusedChannelWithWorkInHand();
+    void adjustWhileTheHostIsDown();
 };
 
-void TestFlow::reuseQuestions_data()
+void TestFlow::questions_data()
 {
-    QTest::addColumn<int>("cal_mode");
-    QTest::addColumn<int>("tol_state");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QString>("text_start");
-    QTest::addColumn<int>("band");
-    QTest::newRow("as-found green") << 3 << 0 << "" << "" << 0;
-    QTest::newRow("as-found yellow") << 3 << 1 << "Re-Use Calibration?" << "Data shows that this channel needs to be adjusted." << 1;
-    QTest::newRow("as-found orange") << 3 << 2 << "Re-Use Calibration?" << "Data shows that this channel needs service." << 3;
-    QTest::newRow("as-found red") << 3 << 3 << "Re-Use Calibration?" << "Data shows that this channel needs service." << 3;
-    QTest::newRow("verification green") << 6 << 0 << "Adjust Calibration?" << "This data was collected as verification, not for calibration.\n\nDo you want to update cal anyway?" << 0;
-    QTest::newRow("verification yellow") << 6 << 1 << "Adjust Calibration?" << "This data was collected as verification, not for calibration.\n\nDo you want to adjust anyway?" << 0;
-    QTest::newRow("verification red") << 6 << 3 << "Adjust Calibration?" << "This data was collected as verification" << 0;
-    QTest::newRow("adjusted") << 7 << 2 << "" << "" << -1;
-    QTest::newRow("fresh") << 0 << 1 << "" << "" << -1;
-    QTest::newRow("state out of range") << 3 << 4 << "" << "" << -1;
-}
-
-void TestFlow::reuseQuestions()
-{
-    QFETCH(int, cal_mode);
-    QFETCH(int, tol_state);
-    const FlowQuestion question = reuse_question(uint16_t(cal_mode), uint16_t(tol_state));
-    QTEST(question.title, "title");
-    QFETCH(QString, text_start);
-    if (text_start.isEmpty())
-        QVERIFY(question.text.isEmpty());
-    else
-        QVERIFY2(question.text.startsWith(text_start), qPrintable(question.text));
-    QTEST(question.date_band, "band");
-}
-
-void TestFlow::adjustQuestions_data()
-{
+    QTest::addColumn<bool>("adjust"); // the Adjust button's question, else Re-use's
     QTest::addColumn<int>("cal_mode");
     QTest::addColumn<int>("tol_state");
     QTest::addColumn<QString>("title");
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("band");
-    QTest::newRow("as-found green") << 3 << 0 << "Adjust Calibration?" << "Data shows that this channel does not require adjustment.\n\nDo you want to adjust anyway?" << 0;
-    QTest::newRow("as-found yellow") << 3 << 1 << "" << "" << 0;
-    QTest::newRow("as-found orange") << 3 << 2 << "Adjust Calibration?" << "Data shows that this channel needs service.\n\nDo you want to adjust the calibration anyway?" << 3;
-    QTest::newRow("as-found red") << 3 << 3 << "Adjust Calibration?" << "Data shows that this channel needs service.\n\nDo you want to adjust the calibration anyway?" << 3;
+    const QString reuse = "Re-Use Calibration?", adjust = "Adjust Calibration?";
+    const QString service = "Data shows that this channel needs service.\n\nDo you want to ";
+    const QString verification = "This data was collected as verification, not for calibration.\n\nDo you want to ";
+    // clang-format off
+    QTest::newRow("re-use, as-found green") << false << 3 << 0 << "" << "" << 0;
+    QTest::newRow("re-use, as-found yellow") << false << 3 << 1 << reuse << "Data shows that this channel needs to be adjusted." << 1;
+    QTest::newRow("re-use, as-found orange") << false << 3 << 2 << reuse << "Data shows that this channel needs service." << 3;
+    QTest::newRow("re-use, as-found red") << false << 3 << 3 << reuse << "Data shows that this channel needs service." << 3;
+    QTest::newRow("re-use, verification green") << false << 6 << 0 << adjust << verification + "update cal anyway?" << 0;
+    QTest::newRow("re-use, verification yellow") << false << 6 << 1 << adjust << verification + "adjust anyway?" << 0;
+    QTest::newRow("re-use, adjusted") << false << 7 << 2 << "" << "" << -1;
+    QTest::newRow("re-use, fresh") << false << 0 << 1 << "" << "" << -1;
+    QTest::newRow("re-use, state out of range") << false << 3 << 4 << "" << "" << -1;
+    QTest::newRow("adjust, as-found green") << true << 3 << 0 << adjust << "Data shows that this channel does not require adjustment.\n\nDo you want to adjust anyway?" << 0;
+    QTest::newRow("adjust, as-found yellow") << true << 3 << 1 << "" << "" << 0;
+    QTest::newRow("adjust, as-found orange") << true << 3 << 2 << adjust << service + "adjust the calibration anyway?" << 3;
+    QTest::newRow("adjust, as-found red") << true << 3 << 3 << adjust << service + "adjust the calibration anyway?" << 3;
     for (int state = 0; state < 4; ++state)
-        QTest::addRow("verification %d", state) << 6 << state << "Adjust Calibration?" << "This data was collected as verification, not for calibration.\n\nDo you want to adjust anyway?" << 0;
-    QTest::newRow("adjusted") << 7 << 0 << "" << "" << -1;
-    QTest::newRow("reuse") << 8 << 3 << "" << "" << -1;
-    QTest::newRow("state out of range") << 6 << 9 << "" << "" << -1;
+        QTest::addRow("adjust, verification %d", state) << true << 6 << state << adjust << verification + "adjust anyway?" << 0;
+    QTest::newRow("adjust, adjusted") << true << 7 << 0 << "" << "" << -1;
+    QTest::newRow("adjust, re-used") << true << 8 << 3 << "" << "" << -1;
+    QTest::newRow("adjust, state out of range") << true << 6 << 9 << "" << "" << -1;
+    // clang-format on
 }
-
-void TestFlow::adjustQuestions()
+void TestFlow::questions()
 {
+    QFETCH(bool, adjust);
     QFETCH(int, cal_mode);
     QFETCH(int, tol_state);
-    const FlowQuestion question = adjust_question(uint16_t(cal_mode), uint16_t(tol_state));
+    const FlowQuestion question = adjust ? adjust_question(uint16_t(cal_mode), uint16_t(tol_state))
+                                         : reuse_question(uint16_t(cal_mode), uint16_t(tol_state));
     QTEST(question.title, "title");
-    QTEST(question.text, "text");
+    QFETCH(QString, text);
+    if (adjust || text.isEmpty())
+        QCOMPARE(question.text, text);
+    else
+        QVERIFY2(question.text.startsWith(text), qPrintable(question.text));
     QTEST(question.date_band, "band");
 }
-
-void TestFlow::nextStepTexts()
-{
-    const QString service = "<font color='red'>Channel is out of tolerance,<br>perform service and capture new data";
-    QCOMPARE(as_found_next_step(0), QString());
-    QCOMPARE(as_found_next_step(1), QString());
-    QCOMPARE(as_found_next_step(2), service + "</font>");
-    QCOMPARE(as_found_next_step(3), service + "</font>");
-    // The verification text ends with a full stop; the as-found one does not.
-    QCOMPARE(verification_next_step(2), service + ".</font>");
-    QCOMPARE(verification_next_step(0), QStringLiteral("<font color='red'>Channel is within expected range</font>"));
-    QCOMPARE(verification_next_step(1), QStringLiteral("<font color='red'>Channel is outside of expected range</font>"));
-}
-
-void TestFlow::drifted_channel_asFound_adjust_verify()
+void TestFlow::driftedChannelAdjustedAndVerified()
 {
     Station station;
-    QVERIFY(station.open({"--tick", "20", "--no-noise"}));
-    QVERIFY(station.select(2)); // COOLANT TEMP: out of adjustment
-    Ui::MainWindow *ui = station.window().form();
-    station.fillRecordTexts();
-    averaging_count = 3;
+    QVERIFY(as_found(station, 2)); // COOLANT TEMP: out of adjustment
     const QString tables = station.cell().path("/cell/tables/");
-    QFile tbl(tables + "coolant_temp.tbl");
-    QVERIFY(tbl.open(QIODevice::ReadOnly));
-    const QByteArray old_table = tbl.readAll();
-    tbl.close();
-    const auto builds_before =
-        static_cast<const orv_cal_tables *>(get_shrd_mem(ORV_SEG_CAL_TABLES, 0))->build_count;
-
-    QVERIFY(station.captureAllAtRowValues(2));
-    QVERIFY(ui->btnRecordData->isEnabled());
-    station.record("rbAsFound");
-    QCOMPARE(cfg->table_info.cal_mode, uint16_t(CAL_AS_FOUND));
-    QCOMPARE(cfg->table_info.tol_state, uint16_t(TOL_OOA));
-    QVERIFY(!ui->txtAsFound->text().isEmpty());
+    const QByteArray old_table = file_bytes(tables + "coolant_temp.tbl");
+    const auto builds_before = static_cast<const orv_cal_tables *>(get_shrd_mem(ORV_SEG_CAL_TABLES, 0))->build_count;
+    Ui::MainWindow *ui = station.window().form();
+    QVERIFY(cfg->table_info.cal_mode == CAL_AS_FOUND && cfg->table_info.tol_state == TOL_OOA);
     QCOMPARE(ui->txtAsFound->styleSheet(), band_style(1));
     QCOMPARE(ui->btnAdjustCalibration->styleSheet(), QStringLiteral("background-color: rgb(126,232,255)"));
     QCOMPARE(ui->btnReuseCalibration->styleSheet(), QStringLiteral("background-color: rgb(238, 238,238)"));
-    QVERIFY(ui->btnAdjustCalibration->isEnabled() && ui->btnReuseCalibration->isEnabled());
-    QVERIFY(!ui->btnRecordData->isEnabled());
-    QCOMPARE(station.row(0)->captureText(), QStringLiteral("Capture"));
+    QVERIFY(ui->btnReuseCalibration->isEnabled() && !ui->btnRecordData->isEnabled());
     QVERIFY(reports(station, "coolant_temp").isEmpty()); // an As-Found record writes no report
-    station.window().grab().save(QStringLiteral(VREL_BIN_DIR "/../screenshots/flow-as-found.png"));
-
-    const int answered = station.answerer().seen().size();
     ui->btnAdjustCalibration->click(); // band 1 after As-Found: no question
-    QCOMPARE(station.answerer().seen().size(), answered);
-    // The rebuild reloaded the channel: a load starts the mode from 0.
-    QCOMPARE(cfg->table_info.cal_mode, uint16_t(0));
-    QCOMPARE(history_modes(tables + "coolant_temp.save"), QStringList({"AS_FOUND", "ADJUSTED"}));
-    QVERIFY(!ui->txtAdjustCalibration->text().isEmpty());
+    QVERIFY(station.answerer().seen().size() == 1); // the record type form only
+    QCOMPARE(cfg->table_info.cal_mode, uint16_t(0)); // the rebuild reloaded the channel
     QCOMPARE(ui->txtAdjustCalibration->styleSheet(), band_style(0));
     QVERIFY(!ui->btnAdjustCalibration->isEnabled() && !ui->btnReuseCalibration->isEnabled());
     QVERIFY(static_cast<const orv_cal_tables *>(get_shrd_mem(ORV_SEG_CAL_TABLES, 0))->build_count > builds_before);
-
     QVERIFY(station.captureAllAtRowValues(2));
     station.record("rbVerification", "after adjustment");
-    QCOMPARE(cfg->table_info.cal_mode, uint16_t(CAL_VERIFICATION));
     QCOMPARE(cfg->table_info.tol_state, uint16_t(TOL_NOADJ));
-    QCOMPARE(ui->txtVerificationData->styleSheet(), band_style(0));
     QCOMPARE(ui->lblNextStep->text(), QStringLiteral("<font color='red'>Channel is within expected range</font>"));
-    QVERIFY(!ui->btnAdjustCalibration->isEnabled() && !ui->btnReuseCalibration->isEnabled());
-    station.window().grab().save(QStringLiteral(VREL_BIN_DIR "/../screenshots/flow-verification.png"));
-
     QCOMPARE(history_modes(tables + "coolant_temp.save"), QStringList({"AS_FOUND", "ADJUSTED", "VERIFICATION"}));
-    QFile old(tables + "coolant_temp.old");
-    QVERIFY(old.open(QIODevice::ReadOnly));
-    QCOMPARE(old.readAll(), old_table);
-    QVERIFY(tbl.open(QIODevice::ReadOnly));
-    const QByteArray new_table = tbl.readAll();
-    QVERIFY(new_table != old_table);
-    QVERIFY(new_table.contains("#   cal last adjusted on: "));
-    QVERIFY(QFile::exists(tables + "uut_ref_data/coolant_temp.uut"));
-    QVERIFY(QFile::exists(tables + "uut_ref_data/coolant_temp.ref"));
+    QCOMPARE(file_bytes(tables + "coolant_temp.old"), old_table);
+    const QByteArray new_table = file_bytes(tables + "coolant_temp.tbl");
+    QVERIFY(new_table != old_table && new_table.contains("#   cal last adjusted on: "));
+    QVERIFY(file_bytes(tables + "uut_ref_data/coolant_temp.uut").endsWith("@RECORD_DATA_ACTION_KEYWORD\nAS_LEFT\n"));
     const QStringList written = reports(station, "coolant_temp");
-    QCOMPARE(written.size(), 2);
-    QVERIFY(written.filter("_AF_").size() == 1 && written.filter("_AL_").size() == 1);
-    QFile uut(tables + "uut_ref_data/coolant_temp.uut");
-    QVERIFY(uut.open(QIODevice::ReadOnly));
-    QVERIFY(uut.readAll().endsWith("@RECORD_DATA_ACTION_KEYWORD\nAS_LEFT\n"));
-    QFile report(tables + "verifications/" + written.filter("_AL_").first());
-    QVERIFY(report.open(QIODevice::ReadOnly));
-    const QByteArray csv = report.readAll();
-    QVERIFY(csv.contains("Cal_Status,-,AS_LEFT,,,,\n"));
-    QVERIFY(csv.contains("Comment,-,yearly with commas,,,,\n"));
-
-    // Each report has its twin for programs, with what the CSV cannot
-    // carry: the samples of every average and the scheduler's tick.
+    QVERIFY(written.size() == 2 && written.filter("_AF_").size() == 1 && written.filter("_AL_").size() == 1);
+    const QByteArray csv = file_bytes(tables + "verifications/" + written.filter("_AL_").first());
+    QVERIFY(csv.contains("Cal_Status,-,AS_LEFT,,,,\n") && csv.contains("Comment,-,yearly with commas,,,,\n"));
+    // Each report's twin carries the samples of every average and the tick.
     for (const QString &name : written) {
-        QFile twin(tables + "verifications/" + QString(name).replace(".csv", ".json"));
-        QVERIFY2(twin.open(QIODevice::ReadOnly), qPrintable(twin.fileName()));
-        const QJsonObject json = QJsonDocument::fromJson(twin.readAll()).object();
+        const QJsonObject json =
+            QJsonDocument::fromJson(file_bytes(tables + "verifications/" + QString(name).replace(".csv", ".json"))).object();
         QCOMPARE(json.value("scheduler_tick_ms").toInt(), 20);
-        QCOMPARE(json.value("table").toString(), QStringLiteral("coolant_temp"));
+        QCOMPARE(json.value("cal_status").toString(), QString(name.contains("_AL_") ? "AS_LEFT" : "AS_FOUND"));
         const QJsonArray points = json.value("points").toArray();
         QCOMPARE(points.size(), int(num_points));
-        for (int i = 0; i < points.size(); ++i) {
-            const QJsonObject point = points[i].toObject();
-            QCOMPARE(point.value("samples").toInt(), 3);
-            QCOMPARE(point.value("set_point").toDouble(), cfg->point_stats[i].ref_value);
-        }
+        for (int i = 0; i < points.size(); ++i)
+            QVERIFY(points[i].toObject().value("samples").toInt() == 2 &&
+                    points[i].toObject().value("set_point").toDouble() == cfg->point_stats[i].ref_value);
     }
-    const QJsonObject as_left =
-        QJsonDocument::fromJson(file_bytes(tables + "verifications/" + QString(written.filter("_AL_").first()).replace(".csv", ".json"))).object();
-    QCOMPARE(as_left.value("cal_status").toString(), QStringLiteral("AS_LEFT"));
-    QCOMPARE(as_left.value("points").toArray()[0].toObject().value("mean").toDouble(), cfg->point_stats[0].eng_mean);
 }
-
-void TestFlow::acceptNoAdjust()
+void TestFlow::acceptWithoutAdjustment()
 {
     Station station;
-    QVERIFY(station.open({"--tick", "20", "--no-noise"}));
-    QVERIFY(station.select(1)); // OIL TEMP OUT: within tolerance
+    QVERIFY(as_found(station, 1)); // OIL TEMP OUT: within tolerance
     Ui::MainWindow *ui = station.window().form();
-    station.fillRecordTexts();
-    averaging_count = 3;
-    QVERIFY(station.captureAllAtRowValues(1));
-    station.record("rbAsFound");
     QCOMPARE(cfg->table_info.tol_state, uint16_t(TOL_NOADJ));
     QCOMPARE(ui->btnReuseCalibration->styleSheet(), QStringLiteral("background-color: rgb(126,232,255)"));
     ui->btnReuseCalibration->click(); // band 0 after As-Found: no question
-    // Re-use writes no mode of its own: the history says REUSE, the record
-    // holds what the reload of the rebuild gave, 0.
-    QCOMPARE(cfg->table_info.cal_mode, uint16_t(0));
+    QCOMPARE(cfg->table_info.cal_mode, uint16_t(0)); // Re-use writes no mode of its own
     QCOMPARE(ui->txtVerificationData->styleSheet(), band_style(0));
     const QString tables = station.cell().path("/cell/tables/");
     QCOMPARE(history_modes(tables + "oil_temp_out.save"), QStringList({"AS_FOUND", "REUSE"}));
     QVERIFY(!QFile::exists(tables + "oil_temp_out.old"));
     const QStringList written = reports(station, "oil_temp_out");
-    QCOMPARE(written.size(), 1);
-    QVERIFY(written.first().contains("_AFAL_"));
-    QFile ref(tables + "uut_ref_data/oil_temp_out.ref");
-    QVERIFY(ref.open(QIODevice::ReadOnly));
-    QVERIFY(ref.readAll().endsWith("@RECORD_DATA_ACTION_KEYWORD\nAS_FOUND/AS_LEFT\n"));
+    QVERIFY(written.size() == 1 && written.first().contains("_AFAL_"));
+    QVERIFY(file_bytes(tables + "uut_ref_data/oil_temp_out.ref").endsWith("@RECORD_DATA_ACTION_KEYWORD\nAS_FOUND/AS_LEFT\n"));
 }
-
-void TestFlow::recordRefusesEmptyTexts()
+void TestFlow::recordQuestions_data()
 {
-    Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(0));
-    station.answerer().answer("OK");
-    station.window().form()->btnRecordData->setEnabled(true);
-    station.window().form()->btnRecordData->click();
-    QCOMPARE(station.answerer().seen().size(), 1);
-    QCOMPARE(station.answerer().seen()[0].title, QStringLiteral("Information"));
-    QVERIFY(station.answerer().seen()[0].text.startsWith("Please enter the:"));
-    QVERIFY(!QFile::exists(station.cell().path("/cell/tables/oil_temp_in.save")));
+    QTest::addColumn<int>("channel");
+    QTest::addColumn<bool>("adjusted_first");
+    QTest::addColumn<QString>("choice");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("modes"); // after No, then after Yes
+    QTest::newRow("As-Found after an adjustment") << 2 << true << "rbAsFound"
+        << "This channel has already been adjusted.\n\nAre you sure you want to record this as As-Found data?"
+        << QStringList{"AS_FOUND ADJUSTED", "AS_FOUND ADJUSTED AS_FOUND"};
+    QTest::newRow("Verification without adjustment") << 1 << false << "rbVerification"
+        << "No adjustment has been made.\n\nAre you sure you want to record this as Verification data?"
+        << QStringList{"", "VERIFICATION"};
 }
-
+void TestFlow::recordQuestions()
+{
+    QFETCH(int, channel);
+    QFETCH(QString, choice);
+    QFETCH(QStringList, modes);
+    QFETCH(bool, adjusted_first);
+    Station station;
+    if (adjusted_first) {
+        QVERIFY(as_found(station, channel));
+        station.window().form()->btnAdjustCalibration->click();
+    } else {
+        QVERIFY(station.open() && station.select(channel));
+        station.fillRecordTexts();
+    }
+    QVERIFY(station.captureAllAtRowValues(channel));
+    const QString archive = station.cell().path("/cell/tables/" + station.window().form()->lblTableName->text() + ".save");
+    for (int yes = 0; yes < 2; ++yes) { // No keeps the captures for a second try
+        station.record(choice.toLatin1().constData(), "sensor replaced", yes ? "Yes" : "No");
+        const DialogAnswerer::Seen &question = station.answerer().seen().last();
+        QCOMPARE(question.title, QStringLiteral("Warning"));
+        QTEST(question.text, "text");
+        QCOMPARE(question.buttons, QStringList({"Yes", "No"}));
+        QCOMPARE(history_modes(archive).join(' '), modes[yes]);
+    }
+    Ui::MainWindow *ui = station.window().form();
+    QCOMPARE(adjusted_first ? ui->txtAdjustCalibration->text().isEmpty() : !ui->txtVerificationData->text().isEmpty(), true);
+}
 void TestFlow::answeringNoChangesNothingButTheBand()
 {
     Station station;
     QVERIFY(station.open());
     QVERIFY(station.select(0));
     Ui::MainWindow *ui = station.window().form();
+    // Record with the texts empty is refused with the list of what is missing.
+    station.answerer().answer("OK");
+    ui->btnRecordData->setEnabled(true);
+    ui->btnRecordData->click();
+    QCOMPARE(station.answerer().seen()[0].title, QStringLiteral("Information"));
+    QVERIFY(station.answerer().seen()[0].text.startsWith("Please enter the:"));
     cfg->table_info.cal_mode = CAL_AS_FOUND;
     station.row(0)->band = 2; // a captured row out of tolerance
     ui->btnAdjustCalibration->setEnabled(true);
@@ -278,106 +228,162 @@ void TestFlow::answeringNoChangesNothingButTheBand()
     station.answerer().answer("No");
     ui->btnAdjustCalibration->click();
     ui->btnReuseCalibration->click();
-    QCOMPARE(station.answerer().seen().size(), 2);
-    QCOMPARE(station.answerer().seen()[0].title, QStringLiteral("Adjust Calibration?"));
-    QCOMPARE(station.answerer().seen()[1].title, QStringLiteral("Re-Use Calibration?"));
-    QCOMPARE(station.answerer().seen()[0].buttons, QStringList({"Yes", "No"}));
-    QCOMPARE(cfg->table_info.tol_state, uint16_t(2)); // refreshed from the rows
-    QCOMPARE(cfg->table_info.cal_mode, uint16_t(CAL_AS_FOUND));
-    QVERIFY(ui->txtAdjustCalibration->text().isEmpty() && ui->txtVerificationData->text().isEmpty());
-    QVERIFY(ui->btnAdjustCalibration->isEnabled() && ui->btnReuseCalibration->isEnabled());
+    QCOMPARE(station.answerer().seen().size(), 3);
+    QCOMPARE(station.answerer().seen()[1].title, QStringLiteral("Adjust Calibration?"));
+    QCOMPARE(station.answerer().seen()[2].title, QStringLiteral("Re-Use Calibration?"));
+    QCOMPARE(station.answerer().seen()[1].buttons, QStringList({"Yes", "No"}));
+    // The band is refreshed from the rows; nothing else changes.
+    QVERIFY(cfg->table_info.tol_state == 2 && cfg->table_info.cal_mode == CAL_AS_FOUND);
+    QVERIFY(ui->txtAdjustCalibration->text().isEmpty() && ui->txtVerificationData->text().isEmpty() &&
+            ui->btnAdjustCalibration->isEnabled() && ui->btnReuseCalibration->isEnabled());
     QVERIFY(!QFile::exists(station.cell().path("/cell/tables/oil_temp_in.save")));
 }
-
-void TestFlow::numberOfPointsMessages_data()
+void TestFlow::entryMessages_data()
 {
+    QTest::addColumn<bool>("points"); // the number of points, else the averaging time
     QTest::addColumn<QString>("entry");
-    QTest::addColumn<bool>("refused");
-    QTest::newRow("one") << "1" << true;
-    QTest::newRow("sixty-five") << "65" << true;
-    QTest::newRow("letters") << "abc" << true;
-    QTest::newRow("two") << "2" << false;
-    QTest::newRow("sixty-four") << "64" << false;
-}
-
-void TestFlow::numberOfPointsMessages()
-{
-    QFETCH(QString, entry);
-    QFETCH(bool, refused);
-    Station station;
-    QVERIFY(station.open());
-    QVERIFY(station.select(0));
-    Ui::MainWindow *ui = station.window().form();
-    if (refused)
-        station.answerer().answer("OK");
-    ui->txtNumPoints->setText(entry);
-    QTest::keyClick(ui->txtNumPoints, Qt::Key_Return);
-    QCOMPARE(station.answerer().seen().size(), refused ? 1 : 0);
-    if (refused) {
-        QCOMPARE(station.answerer().seen()[0].title, QStringLiteral("Invalid Calibration Points"));
-        QVERIFY(ui->txtNumPoints->text().isEmpty());
-        QCOMPARE(int(num_points), 11); // the earlier count stays
-    } else {
-        QCOMPARE(int(num_points), entry.toInt());
+    QTest::addColumn<int>("result"); // num_points, or seconds; -1: refused
+    for (const char *entry : {"1", "65", "abc", "2", "64"}) {
+        const int n = QByteArray(entry).toInt();
+        QTest::addRow("points %s", entry) << true << entry << (n >= 2 && n <= 64 ? n : -1);
+    }
+    for (const char *entry : {"4", "31", "", "5", "30"}) {
+        const int n = QByteArray(entry).toInt();
+        QTest::addRow("seconds %s", entry) << false << entry << (n >= 5 && n <= 30 ? n : -1);
     }
 }
-
-void TestFlow::averagingTimeMessages_data()
+void TestFlow::entryMessages()
 {
-    QTest::addColumn<QString>("entry");
-    QTest::addColumn<int>("seconds");
-    QTest::newRow("four") << "4" << 30;
-    QTest::newRow("thirty-one") << "31" << 30;
-    QTest::newRow("empty") << "" << 30;
-    QTest::newRow("five") << "5" << 5;
-    QTest::newRow("thirty") << "30" << 30;
-}
-
-void TestFlow::averagingTimeMessages()
-{
+    QFETCH(bool, points);
     QFETCH(QString, entry);
-    QFETCH(int, seconds);
+    QFETCH(int, result);
     Station station;
     QVERIFY(station.open()); // tick 20 ms: 50 samples a second
-    Ui::MainWindow *ui = station.window().form();
-    const bool refused = seconds == 30 && entry != "30";
-    if (refused)
-        station.answerer().answer("OK");
-    ui->txtAveragingTime->setText(entry);
-    QMetaObject::invokeMethod(ui->txtAveragingTime, "editingFinished");
-    QCOMPARE(station.answerer().seen().size(), refused ? 1 : 0);
-    if (refused)
-        QCOMPARE(station.answerer().seen()[0].text,
-                 QStringLiteral("The entered Averaging Time must be between 5 and 30 seconds"));
-    QCOMPARE(ui->txtAveragingTime->text(), QString::number(seconds));
-    QCOMPARE(averaging_count, 50 * seconds);
-}
-
-void TestFlow::raisingAndLoweringPoints()
-{
-    Station station;
-    QVERIFY(station.open());
     QVERIFY(station.select(0)); // 11 points
     Ui::MainWindow *ui = station.window().form();
-    ui->txtNumPoints->setText("13");
+    station.answerer().answer("OK"); // left over when the entry is taken
+    QLineEdit *field = points ? ui->txtNumPoints : ui->txtAveragingTime;
+    field->setText(entry);
+    if (points)
+        QTest::keyClick(field, Qt::Key_Return);
+    else
+        QMetaObject::invokeMethod(field, "editingFinished");
+    QCOMPARE(station.answerer().seen().size(), result < 0 ? 1 : 0);
+    if (result < 0)
+        QCOMPARE(station.answerer().seen()[0].text,
+                 points ? QStringLiteral("A invalid value for Calibration Points was entered\n\nPlease reenter a Calibration Points value between 2 and 64") : QStringLiteral("The entered Averaging Time must be between 5 and 30 seconds"));
+    if (points)
+        QCOMPARE(int(num_points), result < 0 ? 11 : result); // a refusal keeps the earlier count
+    else
+        QCOMPARE(averaging_count, 50 * (result < 0 ? 30 : result));
+    QCOMPARE(field->text(), result < 0 ? (points ? QString() : QStringLiteral("30")) : entry);
+}
+void TestFlow::fitNeverPassesEightCoefficients_data()
+{
+    QTest::addColumn<bool>("as_polynomial");
+    QTest::newRow("range table, highest order offered") << false;
+    QTest::newRow("polynomial reached from a range table") << true;
+}
+void TestFlow::fitNeverPassesEightCoefficients()
+{
+    // A range table offers orders up to one below its points; a table holds
+    // eight coefficients.  24 points, the highest order offered, As-Found
+    // and Adjust: the archive holds what was captured, the table the fit.
+    QFETCH(bool, as_polynomial);
+    Station station;
+    QVERIFY(station.open());
+    QVERIFY(station.select(6)); // INTAKE MANIFOLD PRESS, POLYNOMIAL_RANGE
+    Ui::MainWindow *ui = station.window().form();
+    station.fillRecordTexts();
+    averaging_count = 2;
+    ui->txtNumPoints->setText("24");
     QTest::keyClick(ui->txtNumPoints, Qt::Key_Return);
-    QCOMPARE(int(num_points), 13);
-    QCOMPARE(cfg->unrecorded_changes, uint16_t(1));
-    for (int i : {11, 12}) {
-        QCOMPARE(station.row(i)->captureText(), QStringLiteral("Capture New"));
-        QCOMPARE(cfg->table_info.point_flags[i], uint16_t(POINT_NEW));
-        // New rows start as copies of the last table point.
-        QCOMPARE(station.row(i)->currentValueField()->text(), station.row(10)->currentValueField()->text());
-        QVERIFY(station.row(i)->currentValueField()->isVisibleTo(&station.window()));
+    for (int i = 0; i < 24; ++i) {
+        station.row(i)->currentValueField()->setText(QString::number(12.5 * i));
+        QVERIFY(station.applyAndCapture(6, i, 12.5 * i));
     }
-    QCOMPARE(cfg->table_info.dim.table_poly[0].raw_data.count, int16_t(11)); // raising writes no count
-    ui->txtNumPoints->setText("5");
-    QTest::keyClick(ui->txtNumPoints, Qt::Key_Return);
-    QCOMPARE(int(num_points), 5);
-    QCOMPARE(cfg->table_info.dim.table_poly[0].raw_data.count, int16_t(5));
-    QCOMPARE(cfg->table_info.point_flags[7], uint16_t(POINT_NEW));
-    QVERIFY(!station.row(5)->currentValueField()->isVisibleTo(&station.window()));
-    QVERIFY(station.row(4)->currentValueField()->isVisibleTo(&station.window()));
+    if (as_polynomial) {
+        ui->cboCalType->setCurrentIndex(1);
+        QCOMPARE(items_of(ui->cboOrderOfPolynomial), orders_up_to(7));
+    }
+    ui->cboOrderOfPolynomial->setCurrentIndex(ui->cboOrderOfPolynomial->count() - 1);
+    const TablePoly fitted = cfg->new_table_poly[0];
+    QCOMPARE(fitted.num_coeff, int16_t(8));
+    QVERIFY(std::fabs(fitted.coeff[1]) > 1.0); // about 3 kPa a millivolt: a real fit
+    station.record("rbAsFound");
+    const QString tables = station.cell().path("/cell/tables/");
+    const QByteArray archive = file_bytes(tables + "intake_press.save");
+    const QList<QByteArray> lines = archive.mid(archive.lastIndexOf("\"INTAKE MANIFOLD PRESS\"")).split('\n');
+    for (int i = 0; i < 24; ++i) // the recorded pairs: millivolts and the value typed
+        QCOMPARE(lines.value(i + 1).simplified().replace("\\", "").trimmed().split(' ').value(1).toDouble(), 12.5 * i);
+    station.answerer().answer("Yes"); // out of tolerance: adjust anyway
+    ui->btnAdjustCalibration->click();
+    QCOMPARE(history_modes(tables + "intake_press.save"), QStringList({"AS_FOUND", "ADJUSTED"}));
+    QByteArray expected = as_polynomial ? "#number of points\n8\n\n#coefficients\n" : "RANGE=0 ";
+    for (int c = 0; c < 8; ++c)
+        expected += (as_polynomial ? QString::asprintf(" %10g\n", fitted.coeff[c])
+                                   : QString::asprintf("C%d=%g ", c, fitted.coeff[c])).toLatin1();
+    QVERIFY2(file_bytes(tables + "intake_press.tbl").contains(expected), expected.constData());
+    // The reload after the rebuild judges with the table just adopted.
+    for (int c = 0; c < 8; ++c)
+        QVERIFY(std::fabs(cfg->table_info.dim.table_poly[0].coeff[c] - fitted.coeff[c]) <= 1e-9 * std::max(1.0, std::fabs(fitted.coeff[c])));
+    if (!as_polynomial) {
+        const QStringList siblings = QDir(tables).entryList({"intake_press-*.poly_range"}, QDir::Files, QDir::Name);
+        QVERIFY(!siblings.isEmpty());
+        QVERIFY(file_bytes(tables + siblings.last()).contains(QString::asprintf("\n \" 0 %.10g ", fitted.coeff[0]).toLatin1()));
+    }
+}
+
+// A refusal takes the plot's curves; an average that ends afterwards, or a
+// capture on the refused window, draws nothing until a channel is taken
+// again (both once ended the process).
+void TestFlow::refusedChannelWithWorkInHand_data()
+{
+    QTest::addColumn<bool>("average_running");
+    QTest::newRow("an average running at the refusal") << true;
+    QTest::newRow("points and a capture on the refused window") << false;
+}
+void TestFlow::refusedChannelWithWorkInHand()
+{
+    QFETCH(bool, average_running);
+    Station station;
+    QVERIFY(station.open() && station.select(1));
+    averaging_count = 3;
+    if (average_running)
+        capture_button(station.row(0))->click();
+    select_refused(station, 2, "coolant_temp");
+    QVERIFY(station.window().plotDetached());
+    if (!average_running) {
+        station.window().form()->txtNumPoints->setText("5");
+        QTest::keyClick(station.window().form()->txtNumPoints, Qt::Key_Return);
+        capture_button(station.row(0))->click();
+    }
+    for (int i = 0; i <= averaging_count + 1; ++i)
+        station.worker()->dealWithStatValuesAveraging();
+    QVERIFY(!station.worker()->isAveraging());
+    QCOMPARE(station.row(0)->captureText(), QStringLiteral("Undo"));
+    QVERIFY(station.select(1)); // the plot comes back with the next channel
+    QVERIFY(!station.window().plotDetached());
+    QVERIFY(station.window().curve(MainWindow::PreviousCurve)->plot());
+}
+
+// The host gone when Adjust rebuilds: the notice, the log line, the old
+// memory kept; once the host is back a selection links to the live cell.
+void TestFlow::adjustWhileTheHostIsDown()
+{
+    Station station;
+    QVERIFY(as_found(station, 2));
+    QVERIFY(station.cell().stop());
+    station.answerer().answer("OK");
+    station.window().form()->btnAdjustCalibration->click(); // band 1: no question
+    QCOMPARE(station.answerer().seen().last().text, QStringLiteral("Orvane must be running\nUnable to get AI_REAL memory"));
+    QVERIFY(station.cell().hostLog().contains("Failure Initializing Shared Memory after Table Rebuild"));
+    QVERIFY(station.select(1)); // the previous memory, still mapped
+    QVERIFY(station.cell().start({"--tick", "20", "--no-noise"}));
+    QVERIFY(station.select(0) && station.select(1));
+    const double published = Mv[1].value;
+    QVERIFY(station.cell().apply(1, published + 33.0));
+    QTRY_VERIFY_WITH_TIMEOUT(Mv[1].value != published, 5000); // the live cell, not the old memory
 }
 
 QTEST_MAIN(TestFlow)

@@ -4,8 +4,48 @@
 #include <QFile>
 #include <QProcess>
 
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace {
 int counter = 0;
+
+// A cell would outlive a test process that crashes or is killed, so each
+// cell gets a guard: a shell in a session of its own that waits for the end
+// of a pipe this process holds (the kernel closes it however the process
+// ends), then stops the cell and removes its shared memory and its root.
+int start_guard(const QString &sim, const QString &root, const QString &instance)
+{
+    static const char script[] = "cat >/dev/null\n"
+                                 "ORVANE_ROOT=\"$2\" ORVANE_CELL=\"$3\" \"$1\" stop\n"
+                                 "rm -f /dev/shm/orvane.\"$3\".*\n"
+                                 "rm -rf \"$2\"\n";
+    const QByteArray sim_path = sim.toLocal8Bit(), root_path = root.toLocal8Bit(),
+                     cell = instance.toLocal8Bit();
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0)
+        return -1;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        // Forked twice, so that init reaps the guard and no zombie is left;
+        // only async-signal-safe calls between fork and exec.
+        if (::fork() == 0) {
+            ::setsid();
+            const int null = ::open("/dev/null", O_WRONLY);
+            ::dup2(ends[0], STDIN_FILENO);
+            ::dup2(null, STDOUT_FILENO);
+            ::dup2(null, STDERR_FILENO);
+            ::execl("/bin/sh", "sh", "-c", script, "cell-guard", sim_path.constData(), root_path.constData(),
+                    cell.constData(), static_cast<char *>(nullptr));
+        }
+        ::_exit(0);
+    }
+    ::close(ends[0]);
+    if (child > 0)
+        ::waitpid(child, nullptr, 0);
+    return ends[1];
+}
 }
 
 SimCell::SimCell()
@@ -20,6 +60,8 @@ SimCell::SimCell()
 SimCell::~SimCell()
 {
     stop();
+    if (guard_ >= 0)
+        ::close(guard_);
     qputenv("ORVANE_ROOT", previous_root_);
     qputenv("ORVANE_CELL", previous_cell_);
 }
@@ -46,6 +88,8 @@ bool SimCell::start(const QStringList &options)
 {
     if (running_)
         return true;
+    if (guard_ < 0)
+        guard_ = start_guard(program(QStringLiteral("orvane-sim")), root(), instance_);
     running_ = command(QStringList{QStringLiteral("start")} + options);
     return running_;
 }

@@ -40,5 +40,6 @@ private:
     QString instance_;
     QByteArray previous_root_, previous_cell_;
     bool running_ = false;
+    int guard_ = -1; // write end of the pipe the cell's guard waits on
     mutable QString output_;
 };

@@ -1,0 +1,51 @@
+// A test process that crashes or is killed must not leave its simulated cell
+// running, nor its shared memory or its temporary root behind.
+#include "simcell.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QtTest>
+
+#include <csignal>
+
+class CellGuardTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cellEndsWithItsProcess_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("killed") << SIGKILL;
+        QTest::newRow("crashed") << SIGSEGV;
+        QTest::newRow("terminated") << SIGTERM;
+    }
+
+    void cellEndsWithItsProcess()
+    {
+        QFETCH(int, signal);
+        QProcess holder;
+        holder.start(SimCell::program(QStringLiteral("cell_holder")), QStringList{});
+        QVERIFY(holder.waitForReadyRead(30000));
+        const QStringList where = QString::fromLocal8Bit(holder.readLine()).split(QLatin1Char(' '));
+        QCOMPARE(where.size(), 3);
+        const QString root = where[0], instance = where[1], stat = QStringLiteral("/proc/%1/stat").arg(where[2].trimmed());
+        const auto leftovers = [&] {
+            return QDir(QStringLiteral("/dev/shm")).entryList({QStringLiteral("orvane.%1.*").arg(instance)}, QDir::System | QDir::Files);
+        };
+        QVERIFY(QFile::exists(stat));
+        QVERIFY(!leftovers().isEmpty());
+
+        ::kill(static_cast<pid_t>(holder.processId()), signal);
+        QVERIFY(holder.waitForFinished(10000));
+        QCOMPARE(holder.exitStatus(), QProcess::CrashExit);
+        // The cell's process is gone (or a zombie nobody reaps), its memory and root removed.
+        QTRY_VERIFY_WITH_TIMEOUT(!QDir(root).exists(), 20000);
+        QTRY_VERIFY(leftovers().isEmpty());
+        QFile process(stat);
+        QVERIFY(!process.open(QIODevice::ReadOnly) || process.readAll().split(' ').value(2) == "Z");
+    }
+};
+
+QTEST_GUILESS_MAIN(CellGuardTest)
+#include "tst_cell_guard.moc"
