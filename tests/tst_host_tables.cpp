@@ -11,10 +11,12 @@
 #include <QDir>
 #include <QFile>
 #include <QPointF>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QVector>
 #include <QtTest>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <clocale>
@@ -122,7 +124,7 @@ QByteArray paddedTo(const QByteArray &record, int size)
 
 } // namespace
 
-class TestTablesHost : public QObject
+class TestHostTables : public QObject
 {
     Q_OBJECT
 
@@ -186,7 +188,7 @@ class TestTablesHost : public QObject
     QString tables_;
 };
 
-void TestTablesHost::initTestCase()
+void TestHostTables::initTestCase()
 {
     QVERIFY(root_.isValid());
     QVERIFY(QDir(root_.path()).mkpath("orvane/log"));
@@ -200,7 +202,7 @@ void TestTablesHost::initTestCase()
 // A fresh file each time: rewriting one in place makes some file systems
 // flush it on close, which turns the loops below from milliseconds into
 // seconds.
-QString TestTablesHost::write(const QString &name, const QByteArray &bytes) const
+QString TestHostTables::write(const QString &name, const QByteArray &bytes) const
 {
     QFile file(tables_ + name);
     file.remove();
@@ -210,7 +212,7 @@ QString TestTablesHost::write(const QString &name, const QByteArray &bytes) cons
     return file.fileName();
 }
 
-QByteArray TestTablesHost::logSince(qint64 mark) const
+QByteArray TestHostTables::logSince(qint64 mark) const
 {
     QFile log(root_.path() + ORV_LOG_PATH);
     if (!log.open(QIODevice::ReadOnly) || !log.seek(mark))
@@ -218,13 +220,13 @@ QByteArray TestTablesHost::logSince(qint64 mark) const
     return log.readAll();
 }
 
-int TestTablesHost::readTable(const QString &path, TableInfo &table) const
+int TestHostTables::readTable(const QString &path, TableInfo &table) const
 {
     std::memset(&table, 0, sizeof table);
     return read_table(QFile::encodeName(path).constData(), &table);
 }
 
-short TestTablesHost::readArchive(const QString &path, const TableInfo **newest) const
+short TestHostTables::readArchive(const QString &path, const TableInfo **newest) const
 {
     void *records[500] = {};
     int64_t scratch[500] = {};
@@ -236,7 +238,7 @@ short TestTablesHost::readArchive(const QString &path, const TableInfo **newest)
 
 /* ---- table files ---------------------------------------------------------- */
 
-void TestTablesHost::readsInterpolationTable()
+void TestHostTables::readsInterpolationTable()
 {
     TableInfo t;
     QCOMPARE(readTable(write("inlet.tbl", sampleFile("interpolation.tbl")), t), 0);
@@ -269,33 +271,37 @@ void TestTablesHost::readsInterpolationTable()
     }
 }
 
-void TestTablesHost::readsCoefficientTables_data()
+void TestHostTables::readsCoefficientTables_data()
 {
-    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QByteArray>("text");
     QTest::addColumn<int>("type");
     QTest::addColumn<Numbers>("coefficients");
-    QTest::newRow("polynomial") << QByteArray("polynomial.tbl") << int(ORV_POLYNOMIAL)
-                                << Numbers{0, 9.5, 0.005, -1.25e-06};
-    QTest::newRow("hyperbolic") << QByteArray("hyperbolic.tbl") << int(ORV_HYPERBOLIC)
-                                << Numbers{12.5, -0.75};
+    QTest::addColumn<double>("maxRange");
+    QTest::newRow("polynomial") << sampleFile("polynomial.tbl") << int(ORV_POLYNOMIAL)
+                                << Numbers{0, 9.5, 0.005, -1.25e-06} << 1000.0;
+    QTest::newRow("hyperbolic") << sampleFile("hyperbolic.tbl") << int(ORV_HYPERBOLIC)
+                                << Numbers{12.5, -0.75} << 1000.0;
+    QTest::newRow("polynomial of no coefficients")
+        << QByteArray("#type_code\nPOLYNOMIAL\n\n#number of points\n0\n") << int(ORV_POLYNOMIAL)
+        << Numbers{} << 0.0;
 }
 
-void TestTablesHost::readsCoefficientTables()
+void TestHostTables::readsCoefficientTables()
 {
-    QFETCH(QByteArray, file);
+    QFETCH(QByteArray, text);
     QFETCH(int, type);
     QFETCH(Numbers, coefficients);
     TableInfo t;
-    QCOMPARE(readTable(write(file, sampleFile(file.constData())), t), 0);
+    QCOMPARE(readTable(write("coefficients.tbl", text), t), 0);
     QCOMPARE(int(t.tbl_type), type);
     QCOMPARE(int(t.dim.table_poly[0].num_coeff), coefficients.size());
     for (int i = 0; i < coefficients.size(); ++i)
         QCOMPARE(t.dim.table_poly[0].coeff[i], coefficients[i]);
     QCOMPARE(t.dim.table_poly[0].raw_data.count, int16_t(0));
-    QCOMPARE(t.max_range, 1000.0);
+    QTEST(t.max_range, "maxRange");
 }
 
-void TestTablesHost::readsScaledTable()
+void TestHostTables::readsScaledTable()
 {
     TableInfo t;
     QCOMPARE(readTable(write("scaled.tbl", sampleFile("scaled.tbl")), t), 0);
@@ -305,7 +311,7 @@ void TestTablesHost::readsScaledTable()
     QCOMPARE(t.sensor_range_upper_limit, 50.0);
 }
 
-void TestTablesHost::readsPolynomialRangeTable()
+void TestHostTables::readsPolynomialRangeTable()
 {
     TableInfo t;
     QCOMPARE(readTable(write("range.tbl", sampleFile("polynomial_range.tbl")), t), 0);
@@ -341,7 +347,7 @@ void TestTablesHost::readsPolynomialRangeTable()
     QCOMPARE(p[6].gain, 1.0);
 }
 
-void TestTablesHost::readsTwoDimensionalTypeWordOnly()
+void TestHostTables::readsTwoDimensionalTypeWordOnly()
 {
     TableInfo t;
     QCOMPARE(readTable(write("map.tbl", sampleFile("local_2d.tbl")), t), 0);
@@ -350,7 +356,7 @@ void TestTablesHost::readsTwoDimensionalTypeWordOnly()
     QCOMPARE(QByteArray(t.tbl_desc), QByteArray("Cylinder map"));
 }
 
-void TestTablesHost::refusesMalformedTables_data()
+void TestHostTables::refusesMalformedTables_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<int>("line");
@@ -441,7 +447,7 @@ void TestTablesHost::refusesMalformedTables_data()
         << 4 << QByteArray("value of MAX \"1,5\" is not a number");
 }
 
-void TestTablesHost::refusesMalformedTables()
+void TestHostTables::refusesMalformedTables()
 {
     QFETCH(QByteArray, text);
     QFETCH(int, line);
@@ -459,7 +465,7 @@ void TestTablesHost::refusesMalformedTables()
     QCOMPARE(t.dim.table_poly[0].raw_data.count, int16_t(0));
 }
 
-void TestTablesHost::refusesUnreadableFiles_data()
+void TestHostTables::refusesUnreadableFiles_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QByteArray>("reason");
@@ -468,13 +474,16 @@ void TestTablesHost::refusesUnreadableFiles_data()
     QTest::newRow("a pipe without writer") << "fifo" << QByteArray("not a regular file");
     QTest::newRow("100 MB") << "huge" << QByteArray("larger than 4 MB");
     QTest::newRow("a table padded past 4 MB") << "padded" << QByteArray("larger than 4 MB");
+    // A file that says it is empty and is not, as those under /proc: the
+    // reading stops at the limit all the same.
+    QTest::newRow("past 4 MB, its size given as 0") << "proc" << QByteArray("larger than 4 MB");
 }
 
-void TestTablesHost::refusesUnreadableFiles()
+void TestHostTables::refusesUnreadableFiles()
 {
     QFETCH(QString, kind);
     QFETCH(QByteArray, reason);
-    const QString path = tables_ + "unreadable-" + kind + ".tbl";
+    QString path = tables_ + "unreadable-" + kind + ".tbl";
     if (kind == "folder") {
         QVERIFY(QDir().mkpath(path));
     } else if (kind == "fifo") {
@@ -486,13 +495,32 @@ void TestTablesHost::refusesUnreadableFiles()
     } else if (kind == "padded") {
         write("unreadable-padded.tbl", sampleFile("interpolation.tbl") + QByteArray(4 << 20, '\n'));
     }
+    QProcess holder; // its environment, of 5 MB, is read through /proc
+    if (kind == "proc") {
+        rlimit stack{}, previous{};
+        getrlimit(RLIMIT_STACK, &previous), stack = previous;
+        stack.rlim_cur = std::min<rlim_t>(stack.rlim_max, rlim_t(256) << 20); // room for the arguments
+        if (setrlimit(RLIMIT_STACK, &stack) != 0 || stack.rlim_cur < (rlim_t(64) << 20))
+            QSKIP("the stack limit leaves no room for an environment of 5 MB");
+        QProcessEnvironment env;
+        for (int i = 0; i < 50; ++i)
+            env.insert(QStringLiteral("FILLER%1").arg(i), QString(100000, QLatin1Char('x')));
+        holder.setProcessEnvironment(env);
+        holder.start(QStringLiteral("/bin/sleep"), {QStringLiteral("60")});
+        const bool started = holder.waitForStarted();
+        setrlimit(RLIMIT_STACK, &previous);
+        QVERIFY(started);
+        path = QStringLiteral("/proc/%1/environ").arg(holder.processId());
+        QCOMPARE(QFileInfo(path).size(), 0);
+    }
+    const auto end_holder = qScopeGuard([&] { holder.kill(), holder.waitForFinished(); });
     const qint64 mark = logSize();
     TableInfo t;
     QCOMPARE(readTable(path, t), -1);
     QVERIFY(logSince(mark).contains(QFile::encodeName(path) + ":1: " + reason));
 }
 
-void TestTablesHost::survivesTruncatedTables()
+void TestHostTables::survivesTruncatedTables()
 {
     const QByteArray text = sampleFile("interpolation.tbl");
     const int typeEnd = text.indexOf("INTERPOLATION") + int(std::strlen("INTERPOLATION"));
@@ -508,7 +536,7 @@ void TestTablesHost::survivesTruncatedTables()
     QVERIFY(accepted > 0); // cuts inside the last number still read
 }
 
-void TestTablesHost::demoTablesReadBack()
+void TestHostTables::demoTablesReadBack()
 {
     const std::time_t when = 1700000000;
     int checked = 0;
@@ -561,7 +589,7 @@ void TestTablesHost::demoTablesReadBack()
 
 /* ---- history archives ----------------------------------------------------- */
 
-void TestTablesHost::readsNewestArchiveRecord()
+void TestHostTables::readsNewestArchiveRecord()
 {
     const TableInfo *t = nullptr;
     QCOMPARE(readArchive("/cell/tables/inlet_air.save", &t), short(1));
@@ -606,7 +634,7 @@ void TestTablesHost::readsNewestArchiveRecord()
     QCOMPARE(raw.y[4], 150.25);
 }
 
-void TestTablesHost::archiveWordCodes_data()
+void TestHostTables::archiveWordCodes_data()
 {
     QTest::addColumn<QByteArray>("field");
     QTest::addColumn<QByteArray>("word");
@@ -633,7 +661,7 @@ void TestTablesHost::archiveWordCodes_data()
             << QByteArray("type") << QByteArray(type.word) << type.code;
 }
 
-void TestTablesHost::archiveWordCodes()
+void TestHostTables::archiveWordCodes()
 {
     QFETCH(QByteArray, field);
     QFETCH(QByteArray, word);
@@ -651,7 +679,7 @@ void TestTablesHost::archiveWordCodes()
     }
 }
 
-void TestTablesHost::newestRecordWins_data()
+void TestHostTables::newestRecordWins_data()
 {
     QTest::addColumn<QByteArray>("archive");
     QTest::addColumn<QByteArray>("desc");
@@ -695,7 +723,7 @@ void TestTablesHost::newestRecordWins_data()
     QTest::newRow("2000 older records") << many + newest.text() << QByteArray("newest");
 }
 
-void TestTablesHost::newestRecordWins()
+void TestHostTables::newestRecordWins()
 {
     QFETCH(QByteArray, archive);
     QFETCH(QByteArray, desc);
@@ -707,14 +735,14 @@ void TestTablesHost::newestRecordWins()
     QCOMPARE(t->dim.table_poly[0].raw_data.y[2], 150.0);
 }
 
-void TestTablesHost::readsPolynomialRangeRecord_data()
+void TestHostTables::readsPolynomialRangeRecord_data()
 {
     QTest::addColumn<QString>("archive");
     QTest::newRow("sibling at the host path it names") << "/cell/tables/manifold.save";
     QTest::newRow("sibling beside the archive") << "moved";
 }
 
-void TestTablesHost::readsPolynomialRangeRecord()
+void TestHostTables::readsPolynomialRangeRecord()
 {
     QFETCH(QString, archive);
     QTemporaryDir moved;
@@ -755,14 +783,14 @@ void TestTablesHost::readsPolynomialRangeRecord()
     QCOMPARE(p[4].raw_data.count, int16_t(3));
 }
 
-void TestTablesHost::readsAutoCalRecord_data()
+void TestHostTables::readsAutoCalRecord_data()
 {
     QTest::addColumn<QByteArray>("typeWord");
     QTest::newRow("dyno_cal type word") << QByteArray("ABSORBER");
     QTest::newRow("empty dyno_cal type word") << QByteArray();
 }
 
-void TestTablesHost::readsAutoCalRecord()
+void TestHostTables::readsAutoCalRecord()
 {
     QFETCH(QByteArray, typeWord);
     Record record;
@@ -779,14 +807,14 @@ void TestTablesHost::readsAutoCalRecord()
     QCOMPARE(t->dyno_cal.y[1], 4.0);
 }
 
-void TestTablesHost::archiveWithoutRecords_data()
+void TestHostTables::archiveWithoutRecords_data()
 {
     QTest::addColumn<bool>("exists");
     QTest::newRow("no archive") << false;
     QTest::newRow("empty archive") << true;
 }
 
-void TestTablesHost::archiveWithoutRecords()
+void TestHostTables::archiveWithoutRecords()
 {
     QFETCH(bool, exists);
     QFile::remove(tables_ + "none.save");
@@ -799,7 +827,7 @@ void TestTablesHost::archiveWithoutRecords()
     QCOMPARE(logSince(mark), QByteArray());
 }
 
-void TestTablesHost::refusesMalformedArchives_data()
+void TestHostTables::refusesMalformedArchives_data()
 {
     QTest::addColumn<QByteArray>("record");
     QTest::addColumn<QByteArray>("lineOf"); // the record's line named in the log; empty: none
@@ -849,6 +877,12 @@ void TestTablesHost::refusesMalformedArchives_data()
     QTest::newRow("range 9 in the coefficients")
         << with([](Record &r) { r.coefficients = " 9 1 2 "; }) << QByteArray(" 9 1 2 ")
         << QByteArray("does not start with a range 0..7");
+    QTest::newRow("range record without its sibling's name")
+        << with([](Record &r) {
+               r.type = "POLYNOMIAL_RANGE";
+               r.sibling = "/cell/tables/manifold-1700000300.poly_range";
+           }).replace("\"/cell/tables/manifold-1700000300.poly_range\" \\\n \"none\" \"Inlet air\"  ", "")
+        << QByteArray() << QByteArray("the quoted field poly_range_filename is missing");
     QTest::newRow("ten coefficients")
         << with([](Record &r) { r.coefficients = " 0 1 2 3 4 5 6 7 8 9 10 "; })
         << QByteArray(" 0 1 2 3") << QByteArray("10 coefficients, more than 8");
@@ -875,7 +909,7 @@ void TestTablesHost::refusesMalformedArchives_data()
                "broken-1.poly_range:2: coefficient string \" 9 1 \" does not start with a range");
 }
 
-void TestTablesHost::refusesMalformedArchives()
+void TestHostTables::refusesMalformedArchives()
 {
     QFETCH(QByteArray, record);
     QFETCH(QByteArray, lineOf);
@@ -897,7 +931,7 @@ void TestTablesHost::refusesMalformedArchives()
                  log.constData());
 }
 
-void TestTablesHost::survivesTruncatedArchives()
+void TestHostTables::survivesTruncatedArchives()
 {
     const QByteArray archive = sampleFile("inlet_air.save");
     const int newest = archive.lastIndexOf(kMarker);
@@ -914,7 +948,7 @@ void TestTablesHost::survivesTruncatedArchives()
 
 /* ---- numerics ------------------------------------------------------------- */
 
-void TestTablesHost::longTableOfPoints_data()
+void TestHostTables::longTableOfPoints_data()
 {
     QTest::addColumn<Points>("raw");
     QTest::addColumn<Points>("sorted");
@@ -935,7 +969,7 @@ void TestTablesHost::longTableOfPoints_data()
     QTest::newRow("no points") << Points{} << Points{} << Numbers{} << Numbers{} << Numbers{};
 }
 
-void TestTablesHost::longTableOfPoints()
+void TestHostTables::longTableOfPoints()
 {
     QFETCH(Points, raw);
     QFETCH(Points, sorted);
@@ -965,7 +999,7 @@ void TestTablesHost::longTableOfPoints()
     QCOMPARE(longTable->reserved1[0], uint8_t(0x5A)); // the host's own bytes untouched
 }
 
-void TestTablesHost::longTableOfPolynomials_data()
+void TestHostTables::longTableOfPolynomials_data()
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<int>("rangeIndex");
@@ -991,12 +1025,12 @@ void TestTablesHost::longTableOfPolynomials_data()
         << int(ORV_HYPERBOLIC) << 0 << 0 << Numbers{5} << Numbers{} << Numbers{3, 3} << percent;
     QTest::newRow("range in use") << int(ORV_POLYNOMIAL_RANGE) << 2 << 2 << Numbers{0, 3}
                                   << Numbers{2, 1} << Numbers{0, 0} << Points{{1, 3}, {2, 6}};
-    QTest::newRow("range index out of bounds: range 0")
-        << int(ORV_POLYNOMIAL_RANGE) << 9 << 0 << Numbers{1, 1} << Numbers{5, 6} << Numbers{0, 0}
+    QTest::newRow("range index one past the last: range 0")
+        << int(ORV_POLYNOMIAL_RANGE) << ORV_MAX_RANGES << 0 << Numbers{1, 1} << Numbers{5, 6} << Numbers{0, 0}
         << Points{{5, 6}, {6, 7}};
 }
 
-void TestTablesHost::longTableOfPolynomials()
+void TestHostTables::longTableOfPolynomials()
 {
     QFETCH(int, type);
     QFETCH(int, rangeIndex);
@@ -1027,7 +1061,7 @@ void TestTablesHost::longTableOfPolynomials()
     }
 }
 
-void TestTablesHost::longTableScaledAndBounds()
+void TestHostTables::longTableScaledAndBounds()
 {
     auto table = std::make_unique<TableInfo>();
     auto longTable = std::make_unique<LongTable>();
@@ -1052,7 +1086,7 @@ void TestTablesHost::longTableScaledAndBounds()
     QVERIFY(std::isnan(longTable->x[ORV_MAX_POINTS - 1]));
 }
 
-void TestTablesHost::interpolates_data()
+void TestHostTables::interpolates_data()
 {
     QTest::addColumn<Points>("points");
     QTest::addColumn<double>("x");
@@ -1073,7 +1107,7 @@ void TestTablesHost::interpolates_data()
     QTest::newRow("no points") << Points{} << 1.0 << 0.0 << 1;
 }
 
-void TestTablesHost::interpolates()
+void TestHostTables::interpolates()
 {
     QFETCH(Points, points);
     QFETCH(double, x);
@@ -1090,7 +1124,7 @@ void TestTablesHost::interpolates()
     QCOMPARE(int(flag), error);
 }
 
-void TestTablesHost::computesPoints_data()
+void TestHostTables::computesPoints_data()
 {
     QTest::addColumn<int>("count");
     QTest::addColumn<Numbers>("span");
@@ -1102,7 +1136,7 @@ void TestTablesHost::computesPoints_data()
     QTest::newRow("no points") << 0 << Numbers{0, 1} << Points{};
 }
 
-void TestTablesHost::computesPoints()
+void TestHostTables::computesPoints()
 {
     QFETCH(int, count);
     QFETCH(Numbers, span);
@@ -1118,7 +1152,7 @@ void TestTablesHost::computesPoints()
     QCOMPARE(x[expected.size()], -1.0);
 }
 
-void TestTablesHost::fitsPolynomials_data()
+void TestHostTables::fitsPolynomials_data()
 {
     QTest::addColumn<Numbers>("x");
     QTest::addColumn<Numbers>("coefficients"); // of the exact polynomial
@@ -1143,7 +1177,7 @@ void TestTablesHost::fitsPolynomials_data()
     QTest::newRow("one point") << Numbers{2} << Numbers{7} << 2 << Numbers{7, 0};
 }
 
-void TestTablesHost::fitsPolynomials()
+void TestHostTables::fitsPolynomials()
 {
     QFETCH(Numbers, x);
     QFETCH(Numbers, coefficients);
@@ -1168,7 +1202,7 @@ void TestTablesHost::fitsPolynomials()
     QCOMPARE(out[count], 99.0); // nothing written past the coefficients asked for
 }
 
-void TestTablesHost::fitRefusals_data()
+void TestHostTables::fitRefusals_data()
 {
     QTest::addColumn<int>("n");
     QTest::addColumn<int>("count");
@@ -1181,7 +1215,7 @@ void TestTablesHost::fitRefusals_data()
     QTest::newRow("infinity among the values") << 5 << 3 << HUGE_VAL;
 }
 
-void TestTablesHost::fitRefusals()
+void TestHostTables::fitRefusals()
 {
     QFETCH(int, n);
     QFETCH(int, count);
@@ -1197,7 +1231,7 @@ void TestTablesHost::fitRefusals()
     QCOMPARE(out[count], 99.0);
 }
 
-void TestTablesHost::fitIsLeastSquares()
+void TestHostTables::fitIsLeastSquares()
 {
     // A line through scattered points: the normal equations in closed form.
     Numbers x, y;
@@ -1223,7 +1257,7 @@ void TestTablesHost::fitIsLeastSquares()
 
 /* ---- environment ---------------------------------------------------------- */
 
-void TestTablesHost::readsUnderGermanLocale()
+void TestHostTables::readsUnderGermanLocale()
 {
     const QString table = write("locale.tbl", sampleFile("interpolation.tbl"));
     const QString archive = write("locale.save", sampleFile("inlet_air.save"));
@@ -1250,7 +1284,7 @@ void TestTablesHost::readsUnderGermanLocale()
     QCOMPARE(std::memcmp(savedC.get(), newest, sizeof(TableInfo)), 0);
 }
 
-void TestTablesHost::registersWrittenFiles()
+void TestHostTables::registersWrittenFiles()
 {
     const qint64 mark = logSize();
     QCOMPARE(put_rcs_specs("/cell/tables/inlet_air.tbl"), 0);
@@ -1258,5 +1292,5 @@ void TestTablesHost::registersWrittenFiles()
     QCOMPARE(put_rcs_specs(nullptr), -1);
 }
 
-QTEST_GUILESS_MAIN(TestTablesHost)
-#include "tst_tables_host.moc"
+QTEST_GUILESS_MAIN(TestHostTables)
+#include "tst_host_tables.moc"
