@@ -86,6 +86,15 @@ inline void add_locale_rows(const QStringList &cases)
             QTest::addRow("%s [%s]", qPrintable(cases[i]), locale) << i << QString::fromLatin1(locale);
 }
 
+// The same for a table of cases, each named by its member `name`.
+template <typename Case, size_t N> void add_locale_rows(const Case (&cases)[N], const char *const Case::*name)
+{
+    QStringList names;
+    for (const Case &c : cases)
+        names << QString::fromLatin1(c.*name);
+    add_locale_rows(names);
+}
+
 // Makes an existing file that this process cannot open for writing: read
 // only and, where permissions do not bind (a test run as root), immutable.
 class Unwritable : public LockedPath

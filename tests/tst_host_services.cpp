@@ -51,15 +51,10 @@ Bytes text_at(const void *base, size_t offset) { return static_cast<const char *
 class TestHostServices : public QObject
 {
     Q_OBJECT
-    SimCell *cell_ = nullptr;
+    SimCell cell_;
 
   private slots:
-    void initTestCase()
-    {
-        cell_ = new SimCell;
-        QVERIFY2(cell_->start({"--tick", "20", "--no-noise"}), qPrintable(cell_->lastOutput()));
-    }
-    void cleanupTestCase() { delete cell_; }
+    void initTestCase() { QVERIFY2(cell_.start({"--tick", "20", "--no-noise"}), qPrintable(cell_.lastOutput())); }
     void boundedCopies_data()
     {
         columns<Bytes, int, Bytes>({"source", "size", "expected"});
@@ -76,7 +71,7 @@ class TestHostServices : public QObject
         for (int way = 0; way < 2; ++way) { // the copy, then the formatted copy
             char buffer[48] = "keep";
             std::memset(buffer + 5, '#', sizeof buffer - 5);
-            const int before = cell_->hostLog().size(), line = __LINE__ + 2;
+            const int before = cell_.hostLog().size(), line = __LINE__ + 2;
             const int written = way ? snprintf_bounded("tst_host", line, buffer, size_t(size), "%.*s",
                                                        int(field.size()), field.data())
                                     : (::copyn("tst_host", line, buffer, field.data(), size_t(size)), 0);
@@ -85,7 +80,7 @@ class TestHostServices : public QObject
             const int past = std::max(size, 5); // nothing past the given size is touched
             QCOMPARE(Bytes(buffer + past, 48 - past), Bytes(48 - past, '#'));
             // A cut is logged with the caller's place; a copy into nothing is not.
-            QCOMPARE(cell_->hostLog().mid(before).contains(QString("tst_host:%1 sev 1 code 0").arg(line)),
+            QCOMPARE(cell_.hostLog().mid(before).contains(QString("tst_host:%1 sev 1 code 0").arg(line)),
                      source.size() >= size && (size || way));
         }
     }
@@ -384,13 +379,13 @@ class TestHostServices : public QObject
         QVERIFY(!find_variable("barometer", &handle) && text_at(get_vrbl_adr(handle), 232) == "KPA");
         QVERIFY(!get_vrbl_adr(vrbl_handle{{ORV_SEG_VARIABLES, 100000}}));
         Bytes joined = Bytes::number(join_layer(3)); // the host refuses a task on demand
-        joined += cell_->command({"refuse", "on"}) ? Bytes::number(join_layer(3)) : "?";
-        QVERIFY(cell_->command({"refuse", "off"}));
+        joined += cell_.command({"refuse", "on"}) ? Bytes::number(join_layer(3)) : "?";
+        QVERIFY(cell_.command({"refuse", "off"}));
         QCOMPARE(joined + Bytes::number(join_layer(3)), Bytes("050000"));
         log_error("tst_host", 42, 1, 17, "first line\nsecond line %d", 5); // one line
-        QVERIFY(cell_->hostLog().endsWith("tst_host:42 sev 1 code 17 first line|second line 5\n"));
+        QVERIFY(cell_.hostLog().endsWith("tst_host:42 sev 1 code 17 first line|second line 5\n"));
         QString output; // a second host on the same instance is refused, the first untouched
-        QVERIFY(!cell_->command({"start"}, &output) && get_shrd_mem(ORV_SEG_AI_REAL, 0));
+        QVERIFY(!cell_.command({"start"}, &output) && get_shrd_mem(ORV_SEG_AI_REAL, 0));
         QVERIFY2(output.contains("is already running"), qPrintable(output));
     }
 };

@@ -37,15 +37,10 @@ QByteArray swap(const QString &path, const QByteArray &bytes) // gives the old b
 class TestSim : public QObject
 {
     Q_OBJECT
-    SimCell *cell_ = nullptr;
+    SimCell cell_;
 
   private slots:
-    void initTestCase()
-    {
-        cell_ = new SimCell;
-        QVERIFY2(cell_->start({"--tick", "10", "--no-noise"}), qPrintable(cell_->lastOutput()));
-    }
-    void cleanupTestCase() { delete cell_; }
+    void initTestCase() { QVERIFY2(cell_.start({"--tick", "10", "--no-noise"}), qPrintable(cell_.lastOutput())); }
     void description_data()
     {
         QTest::addColumn<QString>("text");
@@ -139,18 +134,18 @@ class TestSim : public QObject
     {
         const ChannelSpec c = *default_cell().channel(9);
         QTRY_VERIFY_WITH_TIMEOUT(std::fabs(live_mv(9) - c.mv_for(0.0)) < 1e-9, 5000);
-        QVERIFY(cell_->apply(9, 1500.0) && c.mv_for(1500.0) > 15.0); // 15 mV, drift on top
+        QVERIFY(cell_.apply(9, 1500.0) && c.mv_for(1500.0) > 15.0); // 15 mV, drift on top
         QTRY_VERIFY_WITH_TIMEOUT(std::fabs(live_mv(9) - c.mv_for(1500.0)) < 1e-9, 5000);
         QString status;
-        QVERIFY(cell_->command({"status"}, &status) && QFile::exists(cell_->path("/cell/tables/dyno_torque.tbl")));
+        QVERIFY(cell_.command({"status"}, &status) && QFile::exists(cell_.path("/cell/tables/dyno_torque.tbl")));
         const QRegularExpression row(" 9  DYNO TORQUE +1 +NM +dyno_torque +1500.0000 ");
         QVERIFY2(status.contains(row), qPrintable(status));
         // Frozen, the clock goes on but the values stay, whatever is applied meanwhile.
-        QVERIFY(cell_->command({"freeze"}) && cell_->apply(9, 500.0));
+        QVERIFY(cell_.command({"freeze"}) && cell_.apply(9, 500.0));
         const int64_t at = ticks();
         QTRY_VERIFY_WITH_TIMEOUT(ticks() > at + 5, 5000);
         QCOMPARE(live_mv(9), c.mv_for(1500.0));
-        QVERIFY(cell_->command({"resume"}));
+        QVERIFY(cell_.command({"resume"}));
         QTRY_VERIFY_WITH_TIMEOUT(std::fabs(live_mv(9) - c.mv_for(500.0)) < 1e-9, 5000);
     }
     void commandLineRefusals_data()
@@ -190,7 +185,7 @@ class TestSim : public QObject
         QFETCH(QString, entry);
         RefControlWindow window; // a row per channel in use, its field at what the cell applies now
         const int row = window.rowOf(channel);
-        QVERIFY(window.connected() && window.cellText().contains(cell_->instance()) && window.rowOf(0) == 0);
+        QVERIFY(window.connected() && window.cellText().contains(cell_.instance()) && window.rowOf(0) == 0);
         QVERIFY(window.rowOf(3) == -1 && window.rowOf(11) == -1); // not in use, in a host state of its own
         const double before = control()->applied[channel];
         const double mv_before = live_mv(channel);

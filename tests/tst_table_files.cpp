@@ -317,10 +317,7 @@ QByteArray TstTableFiles::append(uint16_t cal_mode, int *result)
 
 void TstTableFiles::tableFile_data()
 {
-    QStringList names;
-    for (const TableCase &c : table_cases)
-        names << QString::fromLatin1(c.golden);
-    add_locale_rows(names);
+    add_locale_rows(table_cases, &TableCase::golden);
 }
 
 void TstTableFiles::tableFile()
@@ -420,10 +417,7 @@ void TstTableFiles::unwritableTableFileStands()
 
 void TstTableFiles::historyRecord_data()
 {
-    QStringList names;
-    for (const ModeCase &c : mode_cases)
-        names << QString::fromLatin1(c.name);
-    add_locale_rows(names);
+    add_locale_rows(mode_cases, &ModeCase::name);
 }
 
 void TstTableFiles::historyRecord()
@@ -737,10 +731,7 @@ void TstTableFiles::keywordReading()
 
 void TstTableFiles::report_data()
 {
-    QStringList names;
-    for (const ReportCase &c : report_cases)
-        names << QString::fromLatin1(c.name);
-    add_locale_rows(names);
+    add_locale_rows(report_cases, &ReportCase::name);
 }
 
 // The report and its JSON twin to the byte.
