@@ -5,6 +5,7 @@
 #pragma once
 
 #include "calibrationfiles.h"
+#include "joined.h"
 #include "clock.h"
 #include "immutable.h"
 #include "localeguard.h"
@@ -36,14 +37,6 @@ template <size_t N> void set_text(char (&field)[N], const char *text)
     std::strncpy(field, text, N - 1);
 }
 
-// Texts of the record's fields joined by '|', to compare several at once.
-inline QByteArray joined(std::initializer_list<const char *> texts)
-{
-    QList<QByteArray> parts;
-    for (const char *text : texts)
-        parts << text;
-    return parts.join('|');
-}
 
 inline bool write_file(const QString &path, const QByteArray &bytes)
 {

@@ -1,6 +1,7 @@
 // Table library of the host stand-in: table files, history archives and
 // the numerics on tables.
 #include "archivetext.h"
+#include "joined.h"
 #include <orvane/log.h>
 #include <orvane/tables.h>
 
@@ -36,14 +37,7 @@ QByteArray sampleFile(const char *name)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// Texts, or numbers, joined by '|' to compare many fields at once.
-QByteArray texts(std::initializer_list<const char *> fields)
-{
-    QByteArrayList list;
-    for (const char *field : fields)
-        list << field;
-    return list.join('|');
-}
+// Numbers of several fields, to compare them in one check.
 QVector<double> numbers(std::initializer_list<double> values) { return QVector<double>(values); }
 
 // 1-based line of the first needle in text.
@@ -168,7 +162,7 @@ class TestHostTables : public QObject
     {
         TableInfo t;
         QCOMPARE(readTable(write("inlet.tbl", sampleFile("interpolation.tbl")), t), 0);
-        QCOMPARE(texts({t.tbl_name, t.user_comment, t.working_standard, t.technician, t.tbl_desc, t.tbl_units,
+        QCOMPARE(joined({t.tbl_name, t.user_comment, t.working_standard, t.technician, t.tbl_desc, t.tbl_units,
                         t.x_units, t.tol_units, t.mua_instance_name, t.sensor_model, t.sensor_sn, t.sensor_range_units}),
                  QByteArray("inlet|# 3-wire PT100, see sheet 12|WS-17|J. Doe|Inlet air temperature, cell 7 n" // cut at 31
                             "|degC|mV|PCT|MUA-AIR-1|PT100|SN-4711|degC"));
@@ -235,14 +229,14 @@ class TestHostTables : public QObject
         const RawData &raw = t.dim.table_poly[0].raw_data;
         QTEST(numbers({double(t.tbl_type), double(raw.count), raw.x[0], raw.y[63], t.sensor_range_upper_limit}),
               "expected");
-        QTEST(texts({t.tbl_desc, t.sensor_range_units}), "texts");
+        QTEST(joined({t.tbl_desc, t.sensor_range_units}), "texts");
     }
     void readsPolynomialRangeTable()
     {
         TableInfo t;
         QCOMPARE(readTable(write("range.tbl", sampleFile("polynomial_range.tbl")), t), 0);
         QCOMPARE(numbers({double(t.tbl_type), double(t.range_index)}), numbers({ORV_POLYNOMIAL_RANGE, 1}));
-        QCOMPARE(texts({t.user_comment, t.tol_units}), QByteArray("Two ranges and a spare|")); // no limits section here
+        QCOMPARE(joined({t.user_comment, t.tol_units}), QByteArray("Two ranges and a spare|")); // no limits section here
         const TablePoly *p = t.dim.table_poly;
         const auto range = [](const TablePoly &r) {
             return numbers({double(r.range), double(r.num_coeff), r.coeff[0], r.coeff[1], r.coeff[2], r.coeff[3], r.min,
@@ -432,7 +426,7 @@ class TestHostTables : public QObject
         const TableInfo *t = nullptr;
         QCOMPARE(readArchive("/cell/tables/inlet_air.save", &t), short(1));
         QVERIFY(t);
-        QCOMPARE(texts({t->tbl_name, t->tol_units, t->user_comment, t->sensor_model, t->sensor_sn, t->sensor_range_units,
+        QCOMPARE(joined({t->tbl_name, t->tol_units, t->user_comment, t->sensor_model, t->sensor_sn, t->sensor_range_units,
                         t->technician, t->working_standard, t->x_units, t->tbl_units, t->mua_instance_name, t->tbl_desc}),
                  "inlet_air|PCT|" + QByteArray(kMarker) + "|PT100|SN-4711|degC|J. Doe|WS-17|mV|degC|MUA-AIR-1|#7 # inlet");
         // The record's mode and state words are checked, not loaded: both are the
