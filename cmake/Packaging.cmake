@@ -1,8 +1,13 @@
 # Installation and the Debian package.
 #
-#   cmake --install build [--prefix DIR]     the programs, the stand-in library,
-#                                            man pages, desktop entry and icon
-#   (cd build && cpack -G DEB)               sensiva-vrel_<version>_<arch>.deb
+#   scripts/build-release                            the optimised tree, build-release/
+#   cmake --install build-release [--prefix DIR]     the programs, the stand-in library,
+#                                                    man pages, desktop entry and icon
+#   (cd build-release && cpack -G DEB)               sensiva-vrel_<version>_<arch>.deb
+#
+# What is installed runs for hours on a cell's computer: the package is made
+# from an optimised tree only, and says which build it is.  Installing builds
+# only what it installs (target installed_programs), not the test suites.
 #
 # Installed: vrel_util, the history program vrel_history, the simulated cell orvane-sim, the table builder
 # bld_tables and the reference-standard control orvane-refcontrol into bin,
@@ -18,6 +23,9 @@ include(GNUInstallDirs)
 set(VREL_INSTALLED_PROGRAMS vrel_util vrel_history orvane-sim bld_tables orvane-refcontrol)
 set_target_properties(${VREL_INSTALLED_PROGRAMS} PROPERTIES
   INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+
+add_custom_target(installed_programs DEPENDS ${VREL_INSTALLED_PROGRAMS} orvane_host)
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 
 install(TARGETS ${VREL_INSTALLED_PROGRAMS} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # The run-time library only: no headers are installed, so no link-time name.
@@ -46,7 +54,8 @@ string(CONCAT CPACK_PACKAGE_DESCRIPTION
   "and vrel_history for the archive's drift, intervals and certificates.\n"
   "The package also holds a stand-in for the cell host's libraries, a simulated\n"
   "test cell (orvane-sim), its table builder and a reference-standard control\n"
-  "for training.")
+  "for training.\n"
+  "Build type: ${CMAKE_BUILD_TYPE}.")
 set(CPACK_PACKAGE_CONTACT "Sensiva calibration software <vrel@sensiva.example>")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION "science")
@@ -63,4 +72,8 @@ else()
   set(CPACK_DEBIAN_PACKAGE_DEPENDS
     "libc6, libstdc++6, libqt5core5a (>= 5.11), libqt5gui5 (>= 5.11), libqt5widgets5 (>= 5.11), libqwt-qt5-6, libgsl27")
 endif()
+# cpack refuses a tree that is not optimised, before it packs anything.
+configure_file(${CMAKE_CURRENT_LIST_DIR}/CPackProjectConfig.cmake.in
+  ${CMAKE_BINARY_DIR}/CPackProjectConfig.cmake @ONLY)
+set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_BINARY_DIR}/CPackProjectConfig.cmake)
 include(CPack)

@@ -3,12 +3,15 @@
 # its contents and dependencies, the installed programs finding their
 # library through their run path, the installed simulated cell finding the
 # installed table builder beside itself, and the installed utility starting
-# against that cell and ending on SIGTERM with status 0.
-#   tst_install.sh BUILD_DIR CPACK
+# against that cell and ending on SIGTERM with status 0.  The package comes
+# from the optimised tree (scripts/build-release) and says so; the tree of
+# the suite itself, a Debug one, is refused.
+#   tst_install.sh RELEASE_DIR CPACK DEBUG_DIR
 set -uo pipefail
 
 build_dir=$1
 cpack=$2
+debug_dir=$3
 work=$(mktemp -d "${TMPDIR:-/tmp}/tst_install.XXXXXX")
 root="$work/root"
 failures=0
@@ -41,6 +44,16 @@ finish() {
     exit $?
 }
 
+# A tree that is not optimised makes no package.
+if [ ! -f "$build_dir/bin/vrel_util" ]; then
+    echo "FAIL!  : no optimised tree in $build_dir: scripts/build-release makes it"
+    exit 1
+fi
+refused=$(cd "$debug_dir" && "$cpack" -G DEB -B "$work/refused" 2>&1)
+check "cpack refuses the suite's own tree" test $? -ne 0
+check "the refusal names the optimised tree" grep -q "scripts/build-release" <<<"$refused"
+check "the refused tree left no package" bash -c "! ls '$work'/refused/*.deb >/dev/null 2>&1"
+
 # The package.
 if ! (cd "$build_dir" && "$cpack" -G DEB -B "$work/package" >"$work/cpack.log" 2>&1); then
     cat "$work/cpack.log"
@@ -58,6 +71,8 @@ for package in libqt5widgets5 libqwt-qt5-6 libgsl; do
 done
 check "the package does not depend on its own library" bash -c "! grep -q orvane <<<'$depends'"
 
+check "the package says it is an optimised build" grep -q "Build type: RelWithDebInfo" <(dpkg-deb -I "$deb")
+
 contents=$(dpkg-deb -c "$deb")
 for file in ./usr/bin/vrel_util ./usr/bin/vrel_history ./usr/share/man/man1/vrel_history.1 \
     ./usr/share/applications/vrel_history.desktop ./usr/bin/orvane-sim ./usr/bin/bld_tables ./usr/bin/orvane-refcontrol \
@@ -71,6 +86,12 @@ check "the package leaves the test programs out" bash -c "! grep -qE 'tst_|vrel_
 dpkg-deb -x "$deb" "$root"
 sim="$root/usr/bin/orvane-sim"
 util="$root/usr/bin/vrel_util"
+
+# The utility was compiled optimised, every unit of it: the compiler
+# records its switches in the debug information.
+producers=$(readelf --debug-dump=info --dwarf-depth=1 "$util" 2>/dev/null | grep 'DW_AT_producer' | grep 'C++')
+check "the installed utility carries its compile switches" test -n "$producers"
+check "every C++ unit of the installed utility is optimised" bash -c "! grep -v -- ' -O2' <<<'$producers' | grep -q ."
 
 # The run path: the unpacked library, not the build tree's, and no
 # library path from the environment.
