@@ -70,6 +70,7 @@ class TestCapture : public QObject {
 private slots:
     void cleanup();
     void averageOfPublishedValues();
+    void ticksReachTheWindowOnlyDuringAnAverage();
     void captureConvertsThroughTheTable_data();
     void captureConvertsThroughTheTable();
     void finishOutsideTheRowsIsIgnored();
@@ -115,6 +116,34 @@ void TestCapture::averageOfPublishedValues()
     QCOMPARE(station.row(2)->captureText(), QStringLiteral("Undo"));
     QCOMPARE(station.row(2)->millivoltsLabel()->text(), QStringLiteral("  4.0000"));
     QCOMPARE(captured_count, 1);
+}
+// The worker's timer ticks on its own thread all the time; a tick crosses
+// to the GUI thread only while an average runs, the finishing one included.
+void TestCapture::ticksReachTheWindowOnlyDuringAnAverage()
+{
+    struct QueuedCalls : QObject {
+        int count = 0;
+        bool eventFilter(QObject *, QEvent *event) override
+        {
+            count += event->type() == QEvent::MetaCall;
+            return false;
+        }
+    } calls;
+    Station station;
+    QVERIFY(open_at(station, 0));
+    station.worker()->installEventFilter(&calls);
+    QTest::qWait(400);
+    QCOMPARE(calls.count, 0);
+    averaging_count = 4;
+    capture_button(station.row(1))->click();
+    QTRY_VERIFY(!station.worker()->isAveraging());
+    QTest::qWait(200);
+    // Four samples and the finishing tick; one more may have been on its way.
+    QVERIFY2(calls.count == 5 || calls.count == 6, qPrintable(QString::number(calls.count)));
+    QCOMPARE(point_samples[1], 4);
+    const int after = calls.count;
+    QTest::qWait(400);
+    QCOMPARE(calls.count, after);
 }
 void TestCapture::captureConvertsThroughTheTable_data()
 {

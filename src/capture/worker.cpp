@@ -67,8 +67,15 @@ void Worker::run()
     // averaging_active starts false with the object; clearing it here, on
     // the worker thread, would race with a capture pressed meanwhile.
     // The timer lives on this thread, the worker object on the GUI thread:
-    // the automatic connection queues each tick to the GUI thread.
-    connect(averaging_timer, &QTimer::timeout, this, &Worker::dealWithStatValuesAveraging);
+    // a tick is queued to the GUI thread, where the average is taken.  An
+    // idle tick would only wake the GUI thread to return at once, 20 times
+    // a second for as long as the window is open, so it ends here.  A tick
+    // that finds an average running is queued as before, and the tick that
+    // finishes it too: the average's samples and timing are the same.
+    connect(averaging_timer, &QTimer::timeout, averaging_timer, [this] {
+        if (averaging_active.load(std::memory_order_acquire))
+            QMetaObject::invokeMethod(this, &Worker::dealWithStatValuesAveraging, Qt::QueuedConnection);
+    });
     exec();
 }
 

@@ -1,7 +1,9 @@
 // The clock and the accumulator of one point's average.  The object stays
 // on the GUI thread: only run(), its timer and its event loop live on the
-// worker thread, so every tick reaches dealWithStatValuesAveraging() as a
-// queued call on the GUI thread, serialised with the button handlers.
+// worker thread, so every tick of an average reaches
+// dealWithStatValuesAveraging() as a queued call on the GUI thread,
+// serialised with the button handlers.  The ticks of an idle worker stay on
+// its own thread.
 #pragma once
 
 #include "vrel_cfg.h"
@@ -9,6 +11,8 @@
 #include <orvane/stats.h>
 
 #include <QThread>
+
+#include <atomic>
 
 class QTimer;
 
@@ -53,5 +57,7 @@ private:
     short point_index = 0;
     int sample_count = 0;
     QTimer *averaging_timer = nullptr;
-    bool averaging_active = false;
+    // Set and cleared on the GUI thread; the worker thread reads it at each
+    // tick to decide whether the tick is worth sending there.
+    std::atomic<bool> averaging_active{false};
 };

@@ -142,7 +142,12 @@ MainWindow::~MainWindow()
 bool MainWindow::init()
 {
     init_tolerance_texts();
-    cfg = zeroed_once(cfg);
+    // The record outlives the window, as does the heartbeat that marks it:
+    // a window opened after another clears it in place.
+    if (cfg)
+        clear_record(cfg);
+    else
+        cfg = zeroed_once(cfg);
     env_settings = zeroed_once(env_settings);
     cell_info = zeroed_once(cell_info);
     cfg->units_lists_loaded = 0;

@@ -67,6 +67,16 @@ void copy_record(VREL_CFG *to, const VREL_CFG *from)
     std::memcpy(out + after, in + after, sizeof(VREL_CFG) - after);
 }
 
+void clear_record(VREL_CFG *record)
+{
+    constexpr size_t mark = offsetof(VREL_CFG, monitor_mark);
+    constexpr size_t after = mark + sizeof(VREL_CFG::monitor_mark);
+    auto *bytes = reinterpret_cast<unsigned char *>(record);
+    std::memset(bytes, 0, mark);
+    std::memset(bytes + after, 0, sizeof(VREL_CFG) - after);
+    __atomic_store_n(&record->monitor_mark, uint16_t(0), __ATOMIC_RELAXED);
+}
+
 bool equal_within_1e6(double a, double b)
 {
     return std::fabs(a - b) <= 1e-6;

@@ -225,6 +225,10 @@ VREL_CFG *get_cfg();
 // thread writes unguarded.
 void copy_record(VREL_CFG *to, const VREL_CFG *from);
 
+// Every byte of the record zero; the mark is cleared as the monitor writes
+// it, atomically, so that a heartbeat still running meets defined stores.
+void clear_record(VREL_CFG *record);
+
 // True when the absolute difference is at most 1e-6.
 bool equal_within_1e6(double a, double b);
 
