@@ -61,7 +61,7 @@ void seed(stat_record &record, double value)
 void Worker::run()
 {
     averaging_timer = new QTimer;
-    averaging_timer->setInterval(Sched_attr->tick);
+    averaging_timer->setInterval(tick_ms);
     averaging_timer->setSingleShot(false);
     averaging_timer->start();
     // averaging_active starts false with the object; clearing it here, on

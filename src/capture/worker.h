@@ -35,6 +35,9 @@ public:
     short pointIndex() const { return point_index; }
     int sampleCount() const { return sample_count; }
     bool isAveraging() const { return averaging_active; }
+    // The scheduler's tick, read from the host on the GUI thread before the
+    // thread starts: the worker thread itself reads no host pointer.
+    void setTickInterval(int milliseconds) { tick_ms = milliseconds; }
 
 signals:
     void finishedAveraging(int index);
@@ -57,6 +60,7 @@ private:
     short point_index = 0;
     int sample_count = 0;
     QTimer *averaging_timer = nullptr;
+    int tick_ms = 0;
     // Set and cleared on the GUI thread; the worker thread reads it at each
     // tick to decide whether the tick is worth sending there.
     std::atomic<bool> averaging_active{false};

@@ -181,8 +181,10 @@ void MainWindow::on_cboCurrentChannel_currentIndexChanged(const QString &text)
 
     if (!monitor_->isRunning())
         monitor_->start(QThread::InheritPriority);
-    if (!worker->isRunning())
+    if (!worker->isRunning()) {
+        worker->setTickInterval(Sched_attr->tick);
         worker->start(QThread::InheritPriority);
+    }
 
     {
         QMutexLocker lock(cfg_mutex);
