@@ -8,6 +8,8 @@
 //    channel selected, the monitor and worker threads running, as percent
 //    of one core: once with the cell's default noise and tick, once with a
 //    steady input.
+// 4. The floor: the same thread wake-ups in a bare program with nothing to
+//    do, the part of 3 that is the machine's and not the program's.
 //
 // Runs against a simulated cell of its own (orvane-sim beside this
 // program), each figure in a process of its own.
@@ -25,7 +27,9 @@
 
 #include <QApplication>
 #include <QEventLoop>
+#include <QMap>
 #include <QProcess>
+#include <QStringList>
 #include <QTimer>
 #include <QtTest>
 
@@ -44,15 +48,27 @@ namespace {
 constexpr int kChannel = 0;
 constexpr int kIdleSeconds = 10;
 
-// Counts the repaints of the plot's canvas: one per replot that reached the screen.
+// Counts the repaints of every widget, by the widget's object name (or its
+// class): the canvas's are one per replot that reached the screen, and any
+// other widget painted at a tick is work to look at.
 class PaintCounter : public QObject {
 public:
-    int count = 0;
-    bool eventFilter(QObject *, QEvent *event) override
+    QMap<QString, int> by_widget;
+    bool eventFilter(QObject *object, QEvent *event) override
     {
-        if (event->type() == QEvent::Paint)
-            ++count;
+        if (event->type() == QEvent::Paint && object->isWidgetType()) {
+            const QString name = object->objectName();
+            ++by_widget[name.isEmpty() ? QString::fromLatin1(object->metaObject()->className()) : name];
+        }
         return false;
+    }
+    int count(const QString &name) const { return by_widget.value(name); }
+    QString summary() const
+    {
+        QStringList parts;
+        for (auto it = by_widget.begin(); it != by_widget.end(); ++it)
+            parts << QStringLiteral("%1 %2").arg(it.key()).arg(it.value());
+        return parts.join(QStringLiteral(", "));
     }
 };
 
@@ -174,7 +190,8 @@ int bench_idle_cpu(const QStringList &options, const char *what)
     CalibrationPlot *plot = station.window().form()->dataPlot;
     QWidget *canvas = plot->canvas();
     const int layouts_before = plot->layoutCount();
-    canvas->installEventFilter(&paints);
+    canvas->setObjectName(QStringLiteral("canvas"));
+    qApp->installEventFilter(&paints);
     const auto wall_start = std::chrono::steady_clock::now();
     const double cpu_start = cpu_seconds();
     // A plain event loop, as the program's own exec(): QTest::qWait would
@@ -184,10 +201,63 @@ int bench_idle_cpu(const QStringList &options, const char *what)
     loop.exec();
     const double cpu = cpu_seconds() - cpu_start;
     const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wall_start).count();
-    canvas->removeEventFilter(&paints);
+    qApp->removeEventFilter(&paints);
     std::printf("idle CPU, channel %d selected, %.1f s, %s: %.2f %% of one core (%.3f s CPU, %d plot repaints, "
-                "%d layouts)\n",
-                kChannel, wall, what, 100.0 * cpu / wall, cpu, paints.count, plot->layoutCount() - layouts_before);
+                "%d layouts)\n  repaints by widget: %s\n",
+                kChannel, wall, what, 100.0 * cpu / wall, cpu, paints.count(QStringLiteral("canvas")),
+                plot->layoutCount() - layouts_before, qPrintable(paints.summary()));
+    return 0;
+}
+
+// The floor under the idle figures: the same wake-ups with nothing to do,
+// in a bare program.  A thread that sleeps 100 ms and posts an empty call
+// to the GUI thread (the heartbeat), and a thread whose 50 ms timer fires
+// into nothing (an idle worker).  What the program costs above this is its
+// own work; this much is the machine's price of waking the threads.
+class Heartbeat : public QThread {
+public:
+    QObject *target = nullptr;
+    void run() override
+    {
+        while (!isInterruptionRequested()) {
+            QMetaObject::invokeMethod(target, [] {}, Qt::QueuedConnection);
+            QThread::msleep(100);
+        }
+    }
+};
+
+class IdleTicks : public QThread {
+public:
+    void run() override
+    {
+        QTimer timer;
+        timer.start(50);
+        exec();
+    }
+};
+
+int bench_floor()
+{
+    QObject target;
+    Heartbeat heartbeat;
+    heartbeat.target = &target;
+    IdleTicks ticks;
+    heartbeat.start();
+    ticks.start();
+    QTest::qWait(500);
+    const auto wall_start = std::chrono::steady_clock::now();
+    const double cpu_start = cpu_seconds();
+    QEventLoop loop;
+    QTimer::singleShot(kIdleSeconds * 1000, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
+    const double cpu = cpu_seconds() - cpu_start;
+    const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wall_start).count();
+    heartbeat.requestInterruption();
+    ticks.quit();
+    heartbeat.wait();
+    ticks.wait();
+    std::printf("floor: the same wake-ups doing nothing, %.1f s: %.2f %% of one core (%.3f s CPU)\n", wall,
+                100.0 * cpu / wall, cpu);
     return 0;
 }
 
@@ -205,6 +275,8 @@ int run_phase(const QString &phase, int calls)
         return bench_idle_cpu({}, "cell default tick and noise");
     if (phase == QLatin1String("cpu-steady"))
         return bench_idle_cpu({"--no-noise"}, "steady input");
+    if (phase == QLatin1String("floor"))
+        return bench_floor();
     std::fprintf(stderr, "bench_draw: no phase %s\n", qPrintable(phase));
     return 2;
 }
@@ -220,7 +292,7 @@ int main(int argc, char **argv)
     const int calls = arguments.size() > 1 ? std::max(1, arguments.at(1).toInt()) : 20000;
     if (arguments.size() > 3 && arguments.at(2) == QLatin1String("--phase"))
         return run_phase(arguments.at(3), calls);
-    for (const char *phase : {"idle-draw", "moved-draw", "cpu-noise", "cpu-steady"}) {
+    for (const char *phase : {"idle-draw", "moved-draw", "cpu-noise", "cpu-steady", "floor"}) {
         std::fflush(stdout);
         const int status = QProcess::execute(app.applicationFilePath(),
                                              {QString::number(calls), "--phase", QString::fromLatin1(phase)});

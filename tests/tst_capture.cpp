@@ -4,7 +4,10 @@
 #include "comboitems.h"
 #include "window_fixture.h"
 
+#include "calibrationplot.h"
 #include "vrel_util.h"
+
+#include <qwt_text_label.h>
 
 #include <QSignalBlocker>
 
@@ -71,6 +74,7 @@ private slots:
     void cleanup();
     void averageOfPublishedValues();
     void ticksReachTheWindowOnlyDuringAnAverage();
+    void liveTitleLayout();
     void captureConvertsThroughTheTable_data();
     void captureConvertsThroughTheTable();
     void finishOutsideTheRowsIsIgnored();
@@ -144,6 +148,54 @@ void TestCapture::ticksReachTheWindowOnlyDuringAnAverage()
     const int after = calls.count;
     QTest::qWait(400);
     QCOMPARE(calls.count, after);
+}
+// The live title is rewritten whenever the reading moves; the plot is laid
+// out again only when the title's room changes, and then in full.
+void TestCapture::liveTitleLayout()
+{
+    Station station;
+    QVERIFY(open_at(station, 0) && freeze(station));
+    MainWindow &window = station.window();
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    CalibrationPlot *plot = window.form()->dataPlot;
+    QwtTextLabel *label = plot->titleLabel();
+    LiveValue live;
+    // A layout that moved the parts is checked once more before it counts
+    // as settled.
+    for (double mv : {1.0, 1.05}) {
+        live.set(0, mv);
+        window.draw_plots_info(cfg);
+        QCoreApplication::processEvents();
+    }
+    const int settled = plot->layoutCount();
+    const QRect canvas = plot->canvas()->geometry();
+    for (double mv : {1.1, 1.25, 1.375}) {
+        live.set(0, mv);
+        window.draw_plots_info(cfg);
+    }
+    QCOMPARE(plot->layoutCount(), settled);
+    QCOMPARE(label->text().text(), QStringLiteral("Current Point:   1.3750 / 12.0000"));
+    // Words that need a second line take room from the canvas.
+    const QString long_title = QStringLiteral("a title of many words ").repeated(16);
+    plot->setLiveTitle(long_title);
+    QVERIFY(plot->layoutCount() > settled);
+    QVERIFY(plot->canvas()->geometry().top() > canvas.top());
+    // Back to one line: the canvas gets its room back.
+    live.set(0, 1.0);
+    window.draw_plots_info(cfg);
+    QCOMPARE(plot->canvas()->geometry(), canvas);
+    // A resize lays out anew; once settled, a move of the reading keeps that.
+    const int before_resize = plot->layoutCount();
+    window.resize(window.width() - 120, window.height());
+    QCoreApplication::processEvents();
+    QVERIFY(plot->layoutCount() > before_resize);
+    live.set(0, 1.125);
+    window.draw_plots_info(cfg);
+    const int resized = plot->layoutCount();
+    live.set(0, 1.25);
+    window.draw_plots_info(cfg);
+    QCOMPARE(plot->layoutCount(), resized);
 }
 void TestCapture::captureConvertsThroughTheTable_data()
 {

@@ -73,8 +73,19 @@ CalibrationPlot::Inputs CalibrationPlot::currentInputs() const
     return inputs;
 }
 
+void CalibrationPlot::setLiveTitle(const QString &text)
+{
+    const QwtTextLabel *label = titleLabel();
+    keep_layout_ = laid_out_ && laid_out_for_.title_one_line && !text.contains(QLatin1Char('\n')) &&
+                   fits_one_line(QwtText(text), label->font(), label->contentsRect().width());
+    setTitle(text);
+    keep_layout_ = false;
+}
+
 void CalibrationPlot::updateLayout()
 {
+    if (keep_layout_)
+        return;
     const Inputs before = currentInputs();
     // A title that did not fit in one line before or does not now is
     // never taken as unchanged.

@@ -22,6 +22,12 @@ class CalibrationPlot : public QwtPlot
 
     void updateLayout() override;
 
+    // The live reading's title, set with QwtPlot::setTitle.  A settled
+    // layout whose title was one line keeps itself without the full check
+    // when the new words still fit one line of the label: at the live
+    // display's rate that check cost more than anything else in the draw.
+    void setLiveTitle(const QString &text);
+
     // How many times the layout was computed (not skipped).
     int layoutCount() const { return layouts_; }
 
@@ -56,5 +62,6 @@ class CalibrationPlot : public QwtPlot
 
     Inputs laid_out_for_;
     bool laid_out_ = false;
+    bool keep_layout_ = false; // set only across setLiveTitle's setTitle
     int layouts_ = 0;
 };

@@ -248,7 +248,7 @@ void MainWindow::draw_plots_info(VREL_CFG *record)
     if (point_changed || table_changed) {
         char title[80];
         snprintf_bounded("mainwindow", __LINE__, title, sizeof title, "Current Point: %8.4f /%8.4f", mv, eng);
-        ui->dataPlot->setTitle(QString::fromLatin1(title));
+        ui->dataPlot->setLiveTitle(QString::fromLatin1(title));
     }
     const bool scale_changed = record->x_scale.changed || record->y_scale.changed;
     if (table_changed)
