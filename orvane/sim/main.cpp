@@ -48,6 +48,7 @@ int usage(FILE *out)
                  "  run   [OPTIONS]        run the cell in the foreground until SIGTERM or Ctrl-C\n"
                  "  start [OPTIONS]        run it in the background; returns once it is ready\n"
                  "  stop                   stop the cell cleanly, removing its shared memory\n"
+                 "  kill                   end a cell that does not stop (SIGKILL) and remove its memory\n"
                  "  status                 print the cell and every channel's live values\n"
                  "  apply CHANNEL VALUE    apply a physical value to a channel's sensor\n"
                  "  freeze | resume        stop or resume publishing live values\n"
@@ -358,6 +359,21 @@ int signal_and_wait(int signal_number)
     return 1;
 }
 
+// For a cell that does not answer stop (stopped, or hung): it gets no
+// chance to clean up, so its shared memory is removed here.
+int kill_cell()
+{
+    orv_control *control = running_control();
+    if (!control)
+        return 1;
+    const int pid = control->pid;
+    if (process_alive(pid))
+        kill(pid, SIGKILL);
+    CellRuntime(CellSpec{}).remove_segments();
+    std::printf("orvane-sim: cell '%s' (pid %d) killed, its shared memory removed\n", orvane_cell_instance(), pid);
+    return 0;
+}
+
 int apply_value(const char *channel_text, const char *value_text)
 {
     orv_control *control = running_control();
@@ -448,6 +464,8 @@ int main(int argc, char **argv)
     }
     if (command == "stop" && argc == 2)
         return signal_and_wait(SIGTERM);
+    if (command == "kill" && argc == 2)
+        return kill_cell();
     if (command == "vanish" && argc == 2)
         return signal_and_wait(SIGUSR1);
     if (command == "status" && argc == 2)

@@ -14,11 +14,13 @@ int counter = 0;
 // A cell would outlive a test process that crashes or is killed, so each
 // cell gets a guard: a shell in a session of its own that waits for the end
 // of a pipe this process holds (the kernel closes it however the process
-// ends), then stops the cell and removes its shared memory and its root.
+// ends), then stops the cell (kills it when it does not stop: a stopped or
+// hung cell) and removes its shared memory and its root.
 int start_guard(const QString &sim, const QString &root, const QString &instance)
 {
     static const char script[] = "cat >/dev/null\n"
-                                 "ORVANE_ROOT=\"$2\" ORVANE_CELL=\"$3\" \"$1\" stop\n"
+                                 "export ORVANE_ROOT=\"$2\" ORVANE_CELL=\"$3\"\n"
+                                 "\"$1\" stop || \"$1\" kill\n"
                                  "rm -f /dev/shm/orvane.\"$3\".*\n"
                                  "rm -rf \"$2\"\n";
     const QByteArray sim_path = sim.toLocal8Bit(), root_path = root.toLocal8Bit(),
