@@ -180,6 +180,24 @@ int bench_moved_draw(int calls)
     return 0;
 }
 
+struct IdleShare {
+    double cpu;  // s of CPU, every thread of the process
+    double wall; // s
+};
+
+// kIdleSeconds of a plain event loop, as the program's own exec():
+// QTest::qWait would add a wake-up of its own every 10 ms.
+IdleShare run_idle()
+{
+    const auto wall_start = std::chrono::steady_clock::now();
+    const double cpu_start = cpu_seconds();
+    QEventLoop loop;
+    QTimer::singleShot(kIdleSeconds * 1000, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
+    return {cpu_seconds() - cpu_start,
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - wall_start).count()};
+}
+
 int bench_idle_cpu(const QStringList &options, const char *what)
 {
     Station station;
@@ -192,15 +210,8 @@ int bench_idle_cpu(const QStringList &options, const char *what)
     const int layouts_before = plot->layoutCount();
     canvas->setObjectName(QStringLiteral("canvas"));
     qApp->installEventFilter(&paints);
-    const auto wall_start = std::chrono::steady_clock::now();
-    const double cpu_start = cpu_seconds();
-    // A plain event loop, as the program's own exec(): QTest::qWait would
-    // add a wake-up of its own every 10 ms.
-    QEventLoop loop;
-    QTimer::singleShot(kIdleSeconds * 1000, Qt::PreciseTimer, &loop, &QEventLoop::quit);
-    loop.exec();
-    const double cpu = cpu_seconds() - cpu_start;
-    const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wall_start).count();
+    const IdleShare idle = run_idle();
+    const double cpu = idle.cpu, wall = idle.wall;
     qApp->removeEventFilter(&paints);
     std::printf("idle CPU, channel %d selected, %.1f s, %s: %.2f %% of one core (%.3f s CPU, %d plot repaints, "
                 "%d layouts)\n  repaints by widget: %s\n",
@@ -245,13 +256,8 @@ int bench_floor()
     heartbeat.start();
     ticks.start();
     QTest::qWait(500);
-    const auto wall_start = std::chrono::steady_clock::now();
-    const double cpu_start = cpu_seconds();
-    QEventLoop loop;
-    QTimer::singleShot(kIdleSeconds * 1000, Qt::PreciseTimer, &loop, &QEventLoop::quit);
-    loop.exec();
-    const double cpu = cpu_seconds() - cpu_start;
-    const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wall_start).count();
+    const IdleShare idle = run_idle();
+    const double cpu = idle.cpu, wall = idle.wall;
     heartbeat.requestInterruption();
     ticks.quit();
     heartbeat.wait();

@@ -55,12 +55,16 @@ VREL_CFG *get_cfg()
     return cfg;
 }
 
+namespace
+{
+// The monitor thread writes the mark at any moment: whole-record copies and
+// clears go round it.
+constexpr size_t mark = offsetof(VREL_CFG, monitor_mark);
+constexpr size_t after = mark + sizeof(VREL_CFG::monitor_mark);
+} // namespace
+
 void copy_record(VREL_CFG *to, const VREL_CFG *from)
 {
-    // The monitor thread writes the mark at any moment: it is neither read
-    // nor written here.
-    constexpr size_t mark = offsetof(VREL_CFG, monitor_mark);
-    constexpr size_t after = mark + sizeof(VREL_CFG::monitor_mark);
     auto *out = reinterpret_cast<unsigned char *>(to);
     const auto *in = reinterpret_cast<const unsigned char *>(from);
     std::memcpy(out, in, mark);
@@ -69,8 +73,6 @@ void copy_record(VREL_CFG *to, const VREL_CFG *from)
 
 void clear_record(VREL_CFG *record)
 {
-    constexpr size_t mark = offsetof(VREL_CFG, monitor_mark);
-    constexpr size_t after = mark + sizeof(VREL_CFG::monitor_mark);
     auto *bytes = reinterpret_cast<unsigned char *>(record);
     std::memset(bytes, 0, mark);
     std::memset(bytes + after, 0, sizeof(VREL_CFG) - after);
