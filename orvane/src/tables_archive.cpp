@@ -98,6 +98,18 @@ class File
     int open_error_;
 };
 
+// Where the opening text last starts in view at or before from, or npos.
+// Only the places of its first character are compared: a plain rfind of
+// the whole text compares at every byte, and an archive is mostly data.
+size_t rfind_record_start(std::string_view view, size_t from)
+{
+    for (size_t at = view.rfind(kRecordStart.front(), from); at != std::string_view::npos;
+         at = at == 0 ? std::string_view::npos : view.rfind(kRecordStart.front(), at - 1))
+        if (view.compare(at, kRecordStart.size(), kRecordStart) == 0)
+            return at;
+    return std::string_view::npos;
+}
+
 // Offset of the newest record's opening line, or -1 when none starts in
 // the last kMaxTextBytes of the file (a record is far smaller).
 off_t find_newest_record(const File &file, off_t size)
@@ -108,7 +120,7 @@ off_t find_newest_record(const File &file, off_t size)
     // after it, so that an opening line across the boundary is seen whole,
     // and its line end with it.
     constexpr size_t kOverlap = kRecordStart.size() + 2;
-    std::vector<char> window(kBlock + kOverlap);
+    std::vector<char> window(static_cast<size_t>(std::min<off_t>(size - floor, kBlock)) + kOverlap);
     size_t kept = 0;
     for (off_t end = size; end > floor;) {
         const off_t begin =
@@ -118,8 +130,8 @@ off_t find_newest_record(const File &file, off_t size)
         if (!file.read_at(window.data(), length, begin))
             return -1;
         const std::string_view view(window.data(), length + kept);
-        for (size_t at = view.rfind(kRecordStart, length - 1); at != std::string_view::npos;
-             at = at == 0 ? std::string_view::npos : view.rfind(kRecordStart, at - 1)) {
+        for (size_t at = rfind_record_start(view, length - 1); at != std::string_view::npos;
+             at = at == 0 ? std::string_view::npos : rfind_record_start(view, at - 1)) {
             char before = '\n';
             if (at > 0)
                 before = view[at - 1];
