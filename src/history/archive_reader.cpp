@@ -212,7 +212,7 @@ struct ArchiveReader::Source {
     QFile file;
     int line = 0;             // lines read so far
     std::optional<int> start; // a record start read ahead, by its line
-    QByteArray buffer = QByteArray(int(kMaxLine) + 1, '\0'); // one line at a time, reused
+    QByteArray buffer = QByteArray(int(kMaxLine) + 1, Qt::Uninitialized); // one line at a time, reused
 
     // The next physical line without its end; `too_long` when it did not
     // fit in the buffer (its rest is skipped).

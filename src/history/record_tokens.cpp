@@ -2,6 +2,17 @@
 
 #include <charconv>
 
+namespace
+{
+
+// What ends a bare word: white space, a line's continuation, a quote.
+bool ends_word(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\\' || c == '"' || c == '\'';
+}
+
+} // namespace
+
 std::optional<std::vector<RecordToken>> record_tokens(const QByteArray &text, int first_line, QString *error)
 {
     std::vector<RecordToken> tokens;
@@ -26,7 +37,7 @@ std::optional<std::vector<RecordToken>> record_tokens(const QByteArray &text, in
             i = end + 1;
         } else {
             int end = i;
-            while (end < size && !QByteArray(" \t\r\n\\\"'").contains(text.at(end)))
+            while (end < size && !ends_word(text.at(end)))
                 ++end;
             tokens.push_back({false, text.mid(i, end - i), line});
             i = end;
