@@ -16,9 +16,35 @@ constexpr int kMaxDataLine = 8 << 20;         // a record's data line, all its l
 constexpr qint64 kMaxRangeFile = 4 << 20;     // a .poly_range sibling
 constexpr int kMaxPoints = 100000;
 
+// White space as QByteArray::trimmed takes it.
+bool is_white(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// Whether the text from `from` on is white space only.  The reader asks
+// this of every line; a trimmed copy of each would be an allocation.
+bool is_blank(const QByteArray &text, int from = 0)
+{
+    for (int i = from; i < text.size(); ++i)
+        if (!is_white(text.at(i)))
+            return false;
+    return true;
+}
+
+// Whether the text's last character that is not white space is a
+// backslash: the line goes on in the next.
+bool continues(const QByteArray &text)
+{
+    int end = text.size();
+    while (end > 0 && is_white(text.at(end - 1)))
+        --end;
+    return end > 0 && text.at(end - 1) == '\\';
+}
+
 bool is_record_start(const QByteArray &line)
 {
-    return line.startsWith(kRecordStart) && line.mid(int(sizeof kRecordStart) - 1).trimmed().isEmpty();
+    return line.startsWith(kRecordStart) && is_blank(line, int(sizeof kRecordStart) - 1);
 }
 
 QString latin1(const QByteArray &text)
@@ -302,20 +328,20 @@ bool ArchiveReader::next(HistoryRecord &record)
             if (too_long)
                 oversized = true;
             if (data_line == 0) {
-                if (line.trimmed().isEmpty() || line.startsWith('#'))
+                if (is_blank(line) || line.startsWith('#'))
                     continue;
                 data_line = s.line;
             }
             if (data.size() + line.size() > kMaxDataLine)
                 oversized = true;
             else
-                data += line + '\n';
-            if (!line.trimmed().endsWith('\\'))
+                data.append(line).append('\n');
+            if (!continues(line))
                 break;
             if (s.file.atEnd())
                 cut = true;
         }
-        if (data_line == 0 || cut || (restarted && data_line != 0 && data.trimmed().endsWith('\\'))) {
+        if (data_line == 0 || cut || (restarted && data_line != 0 && continues(data))) {
             damaged(data_line == 0 ? QStringLiteral("the record has no data line")
                                    : QStringLiteral("the record is cut short"));
             continue;
