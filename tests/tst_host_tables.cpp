@@ -629,6 +629,10 @@ class TestHostTables : public QObject
 
         QTest::newRow("no record start")
             << QByteArray("plain text\n") << QByteArray() << QByteArray("no record starts in the file");
+        // The opening words one byte into the file, after a character
+        // rather than a line end: no record starts there.
+        QTest::newRow("record start not at its line's start")
+            << "x" + good << QByteArray() << QByteArray("no record starts in the file");
         QTest::newRow("quote not closed")
             << edited("\"none\" \\\n", "\"none \\\n") << QByteArray("\"none \\")
             << QByteArray("a quoted field is not closed on its line");
@@ -698,8 +702,9 @@ class TestHostTables : public QObject
         QFETCH(QByteArray, lineOf);
         QFETCH(QByteArray, reason);
         write("broken-1.poly_range", "\n \" 9 1 \"  \\\n");
-        // A good older record: a malformed newest one is refused, not skipped.
-        const QByteArray older = record.contains(kMarker) ? Record().text() : QByteArray();
+        // A good older record before one that opens as a record: a
+        // malformed newest one is refused, not skipped.
+        const QByteArray older = record.startsWith(kMarker) ? Record().text() : QByteArray();
         const QString path = write("broken.save", older + record);
         const qint64 mark = logSize();
         const TableInfo *t = nullptr;
