@@ -140,6 +140,10 @@ private slots:
         QTest::newRow("a field missing") << one + with("\"J. Doe\" ", "") << 1 << QList<int>{second};
         QTest::newRow("a limit not a number") << with("\"150[degC]\"", "\"lots[degC]\"") + one << 1 << QList<int>{1};
         QTest::newRow("a point without its value") << with("31.25    150.125", "31.25") + one << 1 << QList<int>{1};
+        QTest::newRow("a limit without its closing bracket")
+            << with("\"150[degC]\"", "\"150[degC\"") + one << 1 << QList<int>{1};
+        QTest::newRow("a point's values parted by a tab") << with("31.25    150.125", "31.25\t150.125") + one << 2
+                                                          << QList<int>{};
         QByteArray long_line = one;
         long_line.insert(long_line.indexOf("# the section below"), "# " + QByteArray(3 << 20, 'x') + "\n");
         QTest::newRow("a line of 3 MB in a comment") << one + long_line + one << 2 << QList<int>{second};
