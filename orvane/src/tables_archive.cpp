@@ -98,15 +98,19 @@ class File
     int open_error_;
 };
 
-// Where the opening text last starts in view at or before from, or npos.
+// Where the opening text last starts in view before `before`, or npos.
 // Only the places of its first character are compared: a plain rfind of
 // the whole text compares at every byte, and an archive is mostly data.
-size_t rfind_record_start(std::string_view view, size_t from)
+size_t rfind_record_start(std::string_view view, size_t before)
 {
-    for (size_t at = view.rfind(kRecordStart.front(), from); at != std::string_view::npos;
-         at = at == 0 ? std::string_view::npos : view.rfind(kRecordStart.front(), at - 1))
+    while (before > 0) {
+        const size_t at = view.rfind(kRecordStart.front(), before - 1);
+        if (at == std::string_view::npos)
+            break;
         if (view.compare(at, kRecordStart.size(), kRecordStart) == 0)
             return at;
+        before = at;
+    }
     return std::string_view::npos;
 }
 
@@ -130,8 +134,8 @@ off_t find_newest_record(const File &file, off_t size)
         if (!file.read_at(window.data(), length, begin))
             return -1;
         const std::string_view view(window.data(), length + kept);
-        for (size_t at = rfind_record_start(view, length - 1); at != std::string_view::npos;
-             at = at == 0 ? std::string_view::npos : rfind_record_start(view, at - 1)) {
+        for (size_t at = rfind_record_start(view, length); at != std::string_view::npos;
+             at = rfind_record_start(view, at)) {
             char before = '\n';
             if (at > 0)
                 before = view[at - 1];
