@@ -155,6 +155,9 @@ class TestHostTables : public QObject
         qputenv("ORVANE_ROOT", QFile::encodeName(root_.path()));
         for (const char *name : {"inlet_air.save", "manifold.save", "manifold-1700000300.poly_range"})
             write(name, sampleFile(name));
+        // A range sibling whose one range is range 0, with the record's points.
+        write("solo-1.poly_range", "\n \" 0 -50 20 \"  \\\n \\\n            0        -50 \\\n"
+                                   "            5         50 \\\n           10        150\n");
     }
 
     // ---- table files
@@ -511,6 +514,10 @@ class TestHostTables : public QObject
         Record hashes = newest;
         hashes.desc = "#7 # inlet";
         QTest::newRow("hashes in the description") << older.text() + hashes.text() << QByteArray("#7 # inlet");
+        Record solo = newest;
+        solo.type = "POLYNOMIAL_RANGE";
+        solo.sibling = "/cell/tables/solo-1.poly_range";
+        QTest::newRow("range sibling of range 0 alone") << older.text() + solo.text() << QByteArray("newest");
         QTest::newRow("version lines") << versioned.text() + older.text() + versioned.text() << QByteArray("newest");
         QTest::newRow("blank lines after the last record") << older.text() + newest.text() + "\n\n\n"
                                                            << QByteArray("newest");
