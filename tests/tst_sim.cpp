@@ -96,6 +96,10 @@ class TestSim : public QObject
         QVERIFY(files.command({"demo-tables"}) && QDir(tables).entryList({"*.save"}).isEmpty());
         QCOMPARE(QDir(tables).entryList({"*.tbl"}).size(), 15); // all but the spare channel
         QVERIFY(swap(tables + "oil_temp_in.tbl", "own\n") != "-" && swap(tables + "oil_temp_in.save", "own\n") == "");
+        // A table written on an earlier day: its history ends with it.
+        QString dated = QString::fromLatin1(swap(tables + "coolant_temp.tbl", ""));
+        dated.replace(QRegularExpression("(#last_cal\\(time_t\\)[^\n]*\n) *\\d+"), "\\1 1600000000");
+        QVERIFY(swap(tables + "coolant_temp.tbl", dated.toLatin1()) == "");
         QVERIFY(files.command({"demo-tables", "--history"}));
         QCOMPARE(swap(tables + "oil_temp_in.tbl", "") + swap(tables + "oil_temp_in.save", ""), "own\nown\n");
         QVERIFY(QFile::exists(tables + "coolant_temp.save") && QFile::exists(tables + "oil_press.save"));
@@ -108,6 +112,7 @@ class TestSim : public QObject
         int64_t scratch[500] = {};
         QCOMPARE(read_archive_file_poly(1, qPrintable(tables + "coolant_temp.save"), records, scratch), short(1));
         const auto *newest = static_cast<const TableInfo *>(records[0]);
+        QCOMPARE(table->last_cal, int64_t(1600000000));
         QCOMPARE(newest->last_cal, table->last_cal + 7200); // the verification after the last adjustment
         const RawData &a = newest->dim.table_poly[0].raw_data;
         const RawData &t = table->dim.table_poly[0].raw_data;

@@ -187,6 +187,21 @@ std::string demo_history_text(const ChannelSpec &channel, std::time_t last_cal)
     return text;
 }
 
+// The last_cal of a table file, or fallback where it has none that reads.
+static std::time_t table_last_cal(const std::string &path, std::time_t fallback)
+{
+    std::ifstream in(path);
+    std::string line;
+    while (std::getline(in, line))
+        if (line.compare(0, 17, "#last_cal(time_t)") == 0) {
+            long long when = 0;
+            return std::getline(in, line) && std::sscanf(line.c_str(), "%lld", &when) == 1 && when > 0
+                       ? static_cast<std::time_t>(when)
+                       : fallback;
+        }
+    return fallback;
+}
+
 int write_demo_histories(const CellSpec &cell, const std::string &tables_dir, std::time_t now)
 {
     int written = 0;
@@ -197,8 +212,12 @@ int write_demo_histories(const CellSpec &cell, const std::string &tables_dir, st
         struct stat st {};
         if (stat(path.c_str(), &st) == 0)
             continue;
+        // A table written on an earlier day keeps its date: the history
+        // ends with that table's calibration, not with one made today.
+        const std::time_t last_cal =
+            table_last_cal(tables_dir + "/" + c.table + ".tbl", demo_last_calibration(now));
         std::ofstream out(path);
-        out << demo_history_text(c, demo_last_calibration(now));
+        out << demo_history_text(c, last_cal);
         if (out)
             ++written;
     }

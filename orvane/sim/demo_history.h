@@ -20,8 +20,9 @@ namespace orvsim {
 std::string demo_history_text(const ChannelSpec &channel, std::time_t last_cal);
 
 // Writes <tables_dir>/<table>.save for every channel with a demo history
-// and no archive yet; an existing archive is never touched.  Returns the
-// number written.
+// and no archive yet; an existing archive is never touched.  The history
+// ends at the last_cal of the channel's table file where one is there,
+// else at the demo tables' date for now.  Returns the number written.
 int write_demo_histories(const CellSpec &cell, const std::string &tables_dir, std::time_t now);
 
 } // namespace orvsim
