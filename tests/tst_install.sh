@@ -121,8 +121,13 @@ check "the builder stamped its build in the host log" grep -q "tables built: " "
 
 # The installed utility starts against it; SIGTERM ends it with 0 once its
 # handler is installed.
+# Until the background job has become the utility, its process is a fork of
+# this script, whose EXIT trap makes bash catch SIGTERM too: the mask counts
+# only once the process runs the installed program.
+util_exe=$(realpath "$util")
 catches_sigterm() { # the SIGTERM bit of the caught-signals mask
     local mask
+    [ "$(readlink "/proc/$1/exe" 2>/dev/null)" = "$util_exe" ] || return 1
     mask=$(awk '/^SigCgt:/ { print $2 }' "/proc/$1/status" 2>/dev/null) || return 1
     [ -n "$mask" ] && (((0x$mask >> 14) & 1))
 }
