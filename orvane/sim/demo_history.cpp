@@ -3,11 +3,14 @@
 #include "archivetext.h"
 #include "demo_tables.h"
 
+#include <orvane/tables.h>
+
 #include <sys/stat.h>
 
 #include <cmath>
 #include <cstdio>
 #include <fstream>
+#include <memory>
 #include <vector>
 
 namespace orvsim {
@@ -187,19 +190,14 @@ std::string demo_history_text(const ChannelSpec &channel, std::time_t last_cal)
     return text;
 }
 
-// The last_cal of a table file, or fallback where it has none that reads.
+// The last_cal of a table file as the host reads it, or fallback where
+// the file does not read.
 static std::time_t table_last_cal(const std::string &path, std::time_t fallback)
 {
-    std::ifstream in(path);
-    std::string line;
-    while (std::getline(in, line))
-        if (line.compare(0, 17, "#last_cal(time_t)") == 0) {
-            long long when = 0;
-            return std::getline(in, line) && std::sscanf(line.c_str(), "%lld", &when) == 1 && when > 0
-                       ? static_cast<std::time_t>(when)
-                       : fallback;
-        }
-    return fallback;
+    auto table = std::make_unique<TableInfo>();
+    return (read_table(path.c_str(), table.get()) & 0xFFFF) != 0xFFFF && table->last_cal > 0
+               ? static_cast<std::time_t>(table->last_cal)
+               : fallback;
 }
 
 int write_demo_histories(const CellSpec &cell, const std::string &tables_dir, std::time_t now)
